@@ -1,0 +1,13 @@
+# Removes one empty board directory (ESP32) and answers ">#" + code + text in one write
+import sys, os
+
+def _rmd(filename):
+    success = 0x38
+    error = 'Done'
+    try:
+        os.rmdir(filename)
+        success = 0x30
+    except Exception as e:
+        success = 0x31
+        error = str(e).replace('>', '\\x3e')
+    sys.stdout.write('>#' + chr(success) + error)
