@@ -1,0 +1,57 @@
+// Construction and destruction of the main window and its link fields.
+#include "morvexwindow.h"
+
+#include "ui_morvexwindow.h"
+
+#include <QCoreApplication>
+#include <quazip.h>
+
+const QByteArray MorvexWindow::EOL = QByteArrayLiteral("\r\n");
+const QByteArray MorvexWindow::CTRL_D = QByteArrayLiteral("\x04");
+const QByteArray MorvexWindow::PROMPT = QByteArrayLiteral(">>> ");
+const QByteArray MorvexWindow::RAW_PROMPT = QByteArrayLiteral(">");
+const QByteArray MorvexWindow::EOL_PROMPT = QByteArrayLiteral("\r\n>>> ");
+const QByteArray MorvexWindow::EOL_RAW_PROMPT = QByteArrayLiteral("\r\n>");
+
+MorvexWindow::MorvexWindow(QWidget *parent)
+    : QMainWindow(parent)
+    , ui(new Ui::MorvexWindow)
+{
+    ui->setupUi(this);
+    ui->logTabWidget->setCurrentIndex(0);
+    ui->fileSystemGroup->setEnabled(false);
+    ui->progressBar->hide();
+    ui->progressBar->setFormat(tr("%p% (%v of %m bytes)"));
+    ui->b_actionsToolBar->setEnabled(false);
+
+    connect(&port, &QSerialPort::readyRead, this, &MorvexWindow::io_ready);
+    connect(&port, &QSerialPort::aboutToClose, this, &MorvexWindow::io_disconnected);
+    connect(&port, &QSerialPort::errorOccurred, this, &MorvexWindow::io_error);
+    // Exit goes straight to quit, past closeEvent: no guard question, no window state saved.
+    connect(ui->actionExit, &QAction::triggered, qApp, &QCoreApplication::quit);
+
+    setupPanes();
+    setupForm();
+    setBoardActions(false);
+
+    reconnectTimer.setInterval(400);
+    reconnectTimer.setSingleShot(true);
+    connect(&reconnectTimer, &QTimer::timeout, this, &MorvexWindow::tryReconnect);
+    queryTimer.setInterval(200);
+    queryTimer.setSingleShot(true);
+    connect(&queryTimer, &QTimer::timeout, this, &MorvexWindow::queryInfo);
+}
+
+MorvexWindow::~MorvexWindow()
+{
+    if (zpackArchive) {
+        zpackArchive->close();
+        delete zpackArchive;
+    }
+    if (port.isOpen()) {
+        // No io_disconnected in a dying window.
+        disconnect(&port, nullptr, this, nullptr);
+        port.close();
+    }
+    delete ui;
+}

@@ -1,0 +1,250 @@
+#pragma once
+
+#include "mcdirmodel.h"
+
+#include <QByteArray>
+#include <QFileSystemModel>
+#include <QHash>
+#include <QJsonArray>
+#include <QList>
+#include <QMainWindow>
+#include <QModelIndex>
+#include <QSerialPort>
+#include <QSettings>
+#include <QString>
+#include <QTimer>
+
+class MVUpdater;
+class QCloseEvent;
+class QFileInfo;
+class QIODevice;
+class QMenu;
+class QTemporaryFile;
+class QTextEdit;
+class QuaZip;
+struct TarArchive;
+struct MorvexWindowProbe;
+
+namespace Ui {
+class MorvexWindow;
+}
+
+// The main window and the board link at once: it owns the serial port, the
+// receive buffer and reply queue, the board state and every board operation.
+// All of it runs on the GUI thread; waits are nested event loops.
+class MorvexWindow : public QMainWindow
+{
+    Q_OBJECT
+    Q_PROPERTY(MC_STATE state READ state NOTIFY stateChanged)
+
+public:
+    enum MC_STATE { MC_UNKNOWN = 0, MC_RUNNING = 1, MC_REPL = 2, MC_RAW = 3 };
+    Q_ENUM(MC_STATE)
+    enum MC_LIST { MC_LIST_FILES = 1, MC_LIST_DIRS = 2, MC_LIST_ALL = 3 };
+    Q_ENUM(MC_LIST)
+    enum MC_TYPES : qint32 { MC_STM32 = 0, MC_ESP32 = 1 };
+    Q_ENUM(MC_TYPES)
+    enum MC_RES { MC_FAILED = -1, MC_STOPPED = 0, MC_DEFERRED = 1 };
+    Q_ENUM(MC_RES)
+    enum TerminalColors {
+        TC_None = 0,
+        TC_Black = 30,
+        TC_Red = 31,
+        TC_Green = 32,
+        TC_Yellow = 33,
+        TC_Blue = 34,
+        TC_Magenta = 35,
+        TC_Cyan = 36,
+        TC_White = 37
+    };
+    Q_ENUM(TerminalColors)
+
+    static const QByteArray EOL;        // "\r\n"
+    static const QByteArray CTRL_D;     // "\x04"
+    static const QByteArray PROMPT;     // ">>> "
+    static const QByteArray RAW_PROMPT; // ">"
+    static const QByteArray EOL_PROMPT;     // "\r\n>>> ", kept for completeness
+    static const QByteArray EOL_RAW_PROMPT; // "\r\n>"
+
+    explicit MorvexWindow(QWidget *parent = nullptr);
+    ~MorvexWindow() override;
+
+    MC_STATE state() const { return mcState; }
+
+    // morvexwindow_settings.cpp (src/shell)
+    void loadWindowState();
+    void saveConnectionFlags();
+
+    // morvexwindow_bytes.cpp
+    void splitReplies(const QByteArray &terminator);
+    bool transmit(const QByteArray &data);
+    bool exchange(const QByteArray &data, int timeoutMs);
+    void waitInput(int ms);
+    void delayMs(int ms);
+
+    // morvexwindow_connect.cpp
+    void setState(MorvexWindow::MC_STATE to);
+    void settleBoard(bool afterReset);
+    bool enterRepl();
+    bool enterRawRepl();
+    MC_RES stopBoard(bool noReset);
+    bool openPort();
+    void closeLink();
+
+    // morvexwindow_commands.cpp
+    QHash<QString, QString> readUname();
+    void reportBoard();
+    QByteArray boardHash(const QString &path);
+
+    // morvexwindow_scripts.cpp
+    bool loadScript(const QString &path);
+    bool runScript(const QString &path);
+    bool debugEcho();
+    QString scriptPath(const QString &key, const QString &stmDefault, const QString &espDefault) const;
+
+    // morvexwindow_views.cpp (src/shell)
+    void logLine(const QString &text);
+    void termLine(const QString &text);
+    static QString &ansiToHtml(QString &text);
+    void saveLog(QTextEdit *view, const QString &baseName);
+
+    // morvexwindow_form.cpp (src/shell)
+    void setBoardActions(bool on);
+
+    // morvexwindow_listing.cpp (src/files)
+    QJsonArray listBoard(QString path, MorvexWindow::MC_LIST mode);
+    void changeBoardDir(QString path);
+    static QString formatSize(int bytes);
+    static QStringList parseListReply(const QString &text);
+
+    // morvexwindow_boardfs.cpp (src/files)
+    bool removeBoardPath(const QString &path, bool isDir);
+    void removeEntry(const QModelIndex &index);
+    bool boardDirExists(const QString &path);
+    bool makeBoardDirs(const QString &path);
+
+    // morvexwindow_upload.cpp (src/files)
+    bool uploadData(QIODevice &source, const QString &target);
+    bool uploadFile(const QString &localPath, const QString &target);
+
+    // morvexwindow_download.cpp (src/files)
+    bool downloadData(const QString &source, QIODevice &sink);
+    bool downloadToFile(const QString &source, const QString &localPath);
+    void downloadEntry(const QModelIndex &index);
+
+    // morvexwindow_targets.cpp (src/files)
+    void uploadWithPolicy(const QFileInfo &file);
+
+    // morvexwindow_packages.cpp (src/files): package and sync entry points
+    void uploadZPack(const QString &path);
+    void uploadZfw(const QString &path);
+    void syncFiles(const QString &localRoot, const QStringList &names, bool uploadMissing);
+
+    // morvexwindow_panes.cpp (src/shell)
+    void setPcFolder(const QString &path);
+    void editBoardFile(const QModelIndex &index);
+
+signals:
+    void eod();
+    void stateChanged(MorvexWindow::MC_STATE to);
+
+public slots:
+    // morvexwindow_bytes.cpp
+    void io_ready();
+    void io_error(QSerialPort::SerialPortError error);
+    void io_disconnected();
+    void processQueue();
+
+    // morvexwindow_connect.cpp
+    void postConnect();
+
+    // morvexwindow_reconnect.cpp
+    void tryReconnect();
+
+    // morvexwindow_commands.cpp
+    void queryInfo();
+
+private slots:
+    // morvexwindow_connect.cpp
+    void on_actionConnect_triggered();
+
+    // morvexwindow_reconnect.cpp
+    void on_actionAutomatic_Reconnect_toggled(bool on);
+
+    // morvexwindow_commands.cpp
+    void on_actionAbort_triggered();
+    void on_actionLaunch_triggered();
+    void on_actionReset_triggered();
+    void on_actionDFU_triggered();
+
+    // morvexwindow_views.cpp
+    void on_actionSaveTerminal_triggered();
+    void on_actionSaveSyslog_triggered();
+    void on_actionClear_Terminal_triggered();
+    void on_actionClear_Syslog_triggered();
+
+    // morvexwindow_boardfs.cpp
+    void on_actionRemove_triggered();
+    void on_actionNew_Directory_triggered();
+
+    // morvexwindow_download.cpp
+    void on_actionDownload_triggered();
+
+    // morvexwindow_targets.cpp
+    void on_pcFileList_doubleClicked(const QModelIndex &index);
+    void on_actionUpload_triggered();
+
+    // morvexwindow_packages.cpp
+    void on_actionUpload_Package_triggered();
+    void on_actionSync_triggered();
+
+    // morvexwindow_panes.cpp
+    void on_pcFolderEdit_textChanged(const QString &text);
+    void on_pcFolderSelTool_clicked();
+    void on_pcFolderUpTool_clicked();
+    void pcFileListMenu(const QPoint &p);
+    void mcFileListMenu(const QPoint &p);
+    void on_mcFileList_doubleClicked(const QModelIndex &index);
+    void on_actionEdit_triggered();
+    void on_actionNew_File_triggered();
+
+protected:
+    // morvexwindow_reconnect.cpp
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    friend struct MorvexWindowProbe; // test access to the link fields
+
+    // morvexwindow_form.cpp
+    void setupForm();
+    void setConnectIcon(bool open);
+
+    // morvexwindow_panes.cpp
+    void setupPanes();
+
+    QSettings settings;
+    QString termTimeColor;
+    QString logTimeColor;
+    Ui::MorvexWindow *ui;
+    MVUpdater *updater = nullptr;
+    QFileSystemModel pcModel;
+    MCDirModel mcModel;
+    QSerialPort port;
+    QString portName;
+    QString portSerial;
+    MC_TYPES mcType = MC_STM32;
+    bool reconnectOnLoss = false;
+    bool stopOnConnect = false;
+    int reconnectAttempts = 0;
+    MC_STATE mcState = MC_UNKNOWN;
+    QByteArray rxBuffer;
+    QList<QByteArray> rxQueue;
+    QTimer reconnectTimer;
+    QTimer queryTimer;
+    QTemporaryFile *editTemp = nullptr;
+    QString editPath;
+    QuaZip *zpackArchive = nullptr;
+    TarArchive *zfwArchive = nullptr;
+    QMenu *pcMenu = nullptr;
+    QMenu *mcMenu = nullptr;
+};

@@ -1,0 +1,145 @@
+// Direct board commands: who the board is, launch, reset, DFU and abort.
+#include "morvexwindow.h"
+
+#include "ui_morvexwindow.h"
+
+#include <QRegularExpression>
+
+namespace {
+QString latin1UpToZero(const QByteArray &piece)
+{
+    const int zero = piece.indexOf('\0');
+    return QString::fromLatin1(zero < 0 ? piece : piece.left(zero));
+}
+} // namespace
+
+void MorvexWindow::queryInfo()
+{
+    if (!port.isOpen())
+        return;
+    settleBoard(false);
+    reportBoard();
+    setBoardActions(true);
+    const bool esp = mcType == MC_ESP32;
+    QString folder = settings.value(esp ? QStringLiteral("MC/ESPDir") : QStringLiteral("MC/STMDir")).toString();
+    if (folder.isEmpty() || !boardDirExists(folder))
+        folder = esp ? QStringLiteral("/") : QStringLiteral("/flash");
+    changeBoardDir(folder);
+}
+
+QHash<QString, QString> MorvexWindow::readUname()
+{
+    QHash<QString, QString> info;
+    const QString command =
+        settings.value(QStringLiteral("PY/uname"), QStringLiteral("import os;print(os.uname())")).toString();
+    if (!exchange(command.toLatin1() + EOL, 5000))
+        return info;
+    while (!rxQueue.isEmpty()) {
+        const QString text = latin1UpToZero(rxQueue.takeFirst());
+        if (!text.startsWith(QLatin1Char('(')))
+            continue;
+        static const QRegularExpression pair(QStringLiteral("(\\w+)\\=\\'([^\\']+)\\'"));
+        int start = 0;
+        for (;;) {
+            const QRegularExpressionMatch match = pair.match(text, start);
+            if (!match.hasMatch())
+                break;
+            info.insert(match.captured(1), match.captured(2));
+            // Steps from the old start, not from behind the match; every match has a length.
+            start += match.capturedLength();
+        }
+        return info;
+    }
+    return info;
+}
+
+void MorvexWindow::reportBoard()
+{
+    const QHash<QString, QString> info = readUname();
+    if (info.isEmpty()) {
+        logLine(tr("System information request failed"));
+        return;
+    }
+    const QString na = QStringLiteral("na");
+    logLine(tr("Connected to micropython board %1 (mod %2), release %3. Core %4 version %5")
+                .arg(info.value(QStringLiteral("nodename"), QStringLiteral("invalid")),
+                     info.value(QStringLiteral("mod"), QStringLiteral("unknown")),
+                     info.value(QStringLiteral("release"), na),
+                     info.value(QStringLiteral("machine"), na),
+                     info.value(QStringLiteral("version"), na)));
+}
+
+QByteArray MorvexWindow::boardHash(const QString &path)
+{
+    if (!exchange(QStringLiteral("_hash('%1')").arg(path).toLatin1() + EOL, 10000))
+        return QByteArray();
+    while (!rxQueue.isEmpty()) {
+        const QByteArray piece = rxQueue.takeFirst().trimmed();
+        if (piece.startsWith("b'"))
+            return piece.mid(2, piece.size() - 3);
+    }
+    return QByteArray();
+}
+
+void MorvexWindow::on_actionLaunch_triggered()
+{
+    if (!enterRepl())
+        return;
+    // A board whose USB port vanishes on reset is reconnected as a monitor.
+    reconnectOnLoss = true;
+    stopOnConnect = false;
+    if (!transmit(QByteArrayLiteral("import machine; machine.reset()\r\n")))
+        logLine(tr("Launch failed"));
+    logLine(tr("Launching..."));
+    processQueue();
+    setState(MC_RUNNING);
+}
+
+void MorvexWindow::on_actionReset_triggered()
+{
+    if (!enterRepl())
+        return;
+    reconnectOnLoss = true;
+    stopOnConnect = true;
+    queryTimer.stop();
+    queryTimer.start();
+    if (!transmit(QByteArrayLiteral("import machine; machine.reset(1)\r\n"))) {
+        queryTimer.stop();
+        logLine(tr("Restart failed"));
+    }
+    setBoardActions(false);
+    logLine(tr("Resetting..."));
+    processQueue();
+}
+
+void MorvexWindow::on_actionDFU_triggered()
+{
+    if (!enterRepl())
+        return;
+    reconnectOnLoss = false;
+    if (!transmit(QByteArrayLiteral("import machine; machine.dfu()\r\n")))
+        logLine(tr("DFU failed or not supported"));
+    // Signals stay connected: io_disconnected reports and takes the link down.
+    port.close();
+}
+
+void MorvexWindow::on_actionAbort_triggered()
+{
+    bool success = false;
+    switch (mcState) {
+    case MC_UNKNOWN:
+    case MC_RUNNING:
+        success = stopBoard(true) == MC_STOPPED;
+        break;
+    case MC_REPL:
+    case MC_RAW:
+        success = exchange(QByteArrayLiteral("\x03"), 1000);
+        break;
+    }
+    if (success) {
+        logLine(tr("Stopped"));
+        queryInfo();
+    } else {
+        logLine(tr("Abort failed"));
+    }
+}

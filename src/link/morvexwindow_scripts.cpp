@@ -1,0 +1,109 @@
+// Sending device-side scripts to the raw REPL and running local scripts there.
+#include "morvexwindow.h"
+
+#include <QFile>
+
+namespace {
+QByteArray upToZero(const QByteArray &piece)
+{
+    const int zero = piece.indexOf('\0');
+    return zero < 0 ? piece : piece.left(zero);
+}
+} // namespace
+
+QString MorvexWindow::scriptPath(const QString &key, const QString &stmDefault, const QString &espDefault) const
+{
+    const QString path = settings.value(key).toString();
+    if (!path.isEmpty())
+        return path;
+    return mcType == MC_ESP32 ? espDefault : stmDefault;
+}
+
+bool MorvexWindow::loadScript(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        logLine(tr("Cannot open %1: %2").arg(path, file.errorString()));
+        return false;
+    }
+    if (!enterRawRepl())
+        return false;
+    if (!exchange(file.readAll() + CTRL_D, 5000)) {
+        logLine(tr("Cannot upload script %1").arg(path));
+        return false;
+    }
+    while (!rxQueue.isEmpty()) {
+        const QByteArray piece = rxQueue.takeFirst();
+        // Acceptance only: a script that raises while running still gives "OK".
+        if (piece.contains("OK")) {
+            settleBoard(false);
+            return true;
+        }
+        logLine(QStringLiteral("&gt;&gt;") + QString::fromUtf8(upToZero(piece)));
+    }
+    return false;
+}
+
+bool MorvexWindow::runScript(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        logLine(tr("Cannot open %1: %2").arg(path, file.errorString()));
+        return false;
+    }
+    if (!enterRawRepl())
+        return false;
+    processQueue();
+    // Still the raw REPL on the board; only the cutting changes, to whole lines.
+    setState(MC_REPL);
+    if (!transmit(file.readAll() + CTRL_D)) {
+        setState(MC_RAW);
+        logLine(tr("Cannot upload script %1").arg(path));
+        return false;
+    }
+    QByteArray last;
+    while (port.isOpen()) {
+        waitInput(50);
+        while (!rxQueue.isEmpty()) {
+            last = rxQueue.takeFirst();
+            QByteArray shown = last;
+            if (shown.startsWith("OK"))
+                shown.remove(0, 2);
+            logLine(QStringLiteral("&gt;&gt;") + QString::fromLatin1(upToZero(shown)));
+        }
+        if (last.endsWith('>') || rxBuffer.endsWith('>')) {
+            rxBuffer.clear();
+            break;
+        }
+    }
+    logLine(tr("Script %1 executed").arg(path));
+    setState(MC_RAW);
+    return true;
+}
+
+bool MorvexWindow::debugEcho()
+{
+    if (!loadScript(QStringLiteral(":/data/debug.py")))
+        return false;
+    if (!transmit(QByteArrayLiteral("_debug()") + CTRL_D))
+        return false;
+    QByteArray pattern(32, '\0');
+    for (int i = 1; i < 32; ++i)
+        pattern[i] = char('0' + i);
+    pattern[14] = '$'; // '0' + 14 would be the record terminator
+    for (int step = 0; step < 90; ++step) {
+        pattern[0] = step == 29 ? ' ' : char('!' + step);
+        if (!exchange(pattern, 1000))
+            return false;
+        if (rxQueue.isEmpty()) {
+            logLine(tr("No reply at %1 step").arg(step + 1));
+            return false;
+        }
+        QByteArray piece = rxQueue.takeFirst();
+        if (piece.startsWith("OK"))
+            piece.remove(0, 2);
+        if (!piece.startsWith("RX: ") || piece.mid(4) != pattern)
+            return false;
+    }
+    return true;
+}

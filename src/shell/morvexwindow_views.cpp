@@ -1,0 +1,134 @@
+// The terminal and system log views: time-stamped lines, ANSI colours, saving.
+#include "morvexwindow.h"
+
+#include "ui_morvexwindow.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QRegExp>
+#include <QScrollBar>
+#include <QStandardPaths>
+
+namespace {
+QString timeStampedLine(const QString &color, const QString &text)
+{
+    const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+    // Not escaped: callers pass markup of their own and board markup renders as markup.
+    QString line = QStringLiteral("<font color=%2>[%1]</font>: ").arg(stamp, color) + text;
+    return MorvexWindow::ansiToHtml(line);
+}
+
+QString ansiColorName(int code)
+{
+    switch (code) {
+    case MorvexWindow::TC_Red:
+        return QStringLiteral("red");
+    case MorvexWindow::TC_Green:
+        return QStringLiteral("green");
+    case MorvexWindow::TC_Yellow:
+        return QStringLiteral("yellow");
+    case MorvexWindow::TC_Blue:
+        return QStringLiteral("blue");
+    case MorvexWindow::TC_Magenta:
+        return QStringLiteral("magenta");
+    case MorvexWindow::TC_Cyan:
+        return QStringLiteral("cyan");
+    case MorvexWindow::TC_White:
+        return QStringLiteral("white");
+    default:
+        return QStringLiteral("black");
+    }
+}
+} // namespace
+
+void MorvexWindow::logLine(const QString &text)
+{
+    ui->logBrowser->append(timeStampedLine(logTimeColor, text));
+    ui->logBrowser->verticalScrollBar()->setValue(ui->logBrowser->verticalScrollBar()->maximum());
+}
+
+void MorvexWindow::termLine(const QString &text)
+{
+    ui->runtimeLogBrowser->append(timeStampedLine(termTimeColor, text));
+}
+
+QString &MorvexWindow::ansiToHtml(QString &text)
+{
+    QRegExp pattern(QStringLiteral("\x1b\\[(?:(\\d+)\\;)*(\\d+)m"));
+    bool fontOpen = false;
+    int position = 0;
+    for (;;) {
+        position = pattern.indexIn(text, position);
+        if (position < 0)
+            break;
+        QString replacement;
+        for (int i = 1; i <= pattern.captureCount(); ++i) {
+            const QString capture = pattern.cap(i);
+            if (capture.isEmpty())
+                continue;
+            const int code = capture.toInt();
+            if (code != 0) {
+                if (fontOpen)
+                    replacement += QStringLiteral("</font>");
+                replacement += QStringLiteral("<font color=%1>").arg(ansiColorName(code));
+                fontOpen = true;
+            } else {
+                if (fontOpen)
+                    replacement += QStringLiteral("</font>");
+                fontOpen = false;
+            }
+        }
+        const int matched = pattern.matchedLength();
+        const int next = position + replacement.length() - matched;
+        text.replace(position, matched, replacement);
+        // Deliberately not the end of the replacement: a negative start counts from the end.
+        position = next;
+    }
+    return text;
+}
+
+void MorvexWindow::saveLog(QTextEdit *view, const QString &baseName)
+{
+    const QString dir = settings.value(QStringLiteral("UI/LogDir"),
+                                       QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation).value(0))
+                            .toString();
+    const QString proposed = dir + QLatin1Char('/') + baseName
+                             + QDateTime::currentDateTime().toString(QStringLiteral("_yyyyMMddhhmmss"))
+                             + QStringLiteral(".log");
+    QString name = QFileDialog::getSaveFileName(this, tr("Save Log As"), proposed, tr("Log files (*.log)"));
+    if (name.isEmpty())
+        return;
+    if (!name.endsWith(QStringLiteral(".log"), Qt::CaseInsensitive))
+        name += QStringLiteral(".log");
+    const QFileInfo info(name);
+    settings.setValue(QStringLiteral("UI/LogDir"), info.absolutePath());
+    QFile file(name);
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(view->toPlainText().toUtf8());
+        logLine(tr("Saved to %1").arg(info.fileName()));
+    } else {
+        logLine(tr("Cannot save to %1: %2").arg(name, file.errorString()));
+    }
+}
+
+void MorvexWindow::on_actionSaveTerminal_triggered()
+{
+    saveLog(ui->runtimeLogBrowser, QStringLiteral("morvex_terminal"));
+}
+
+void MorvexWindow::on_actionSaveSyslog_triggered()
+{
+    saveLog(ui->logBrowser, QStringLiteral("morvex_syslog"));
+}
+
+void MorvexWindow::on_actionClear_Terminal_triggered()
+{
+    ui->runtimeLogBrowser->clear();
+}
+
+void MorvexWindow::on_actionClear_Syslog_triggered()
+{
+    ui->logBrowser->clear();
+}

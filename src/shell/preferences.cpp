@@ -1,0 +1,6 @@
+#include "preferences.h"
+
+Preferences::Preferences(QWidget *parent)
+    : QDialog(parent)
+{
+}

@@ -1,0 +1,153 @@
+#include "testsupport.h"
+
+#include "connectionpopup.h"
+#include "morvexwindow.h"
+#include "virtualboard.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QLineEdit>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QTest>
+#include <QTextBrowser>
+#include <QToolButton>
+
+SettingsSandbox::SettingsSandbox()
+{
+    QStandardPaths::setTestModeEnabled(true);
+    qputenv("XDG_CONFIG_HOME", m_dir.path().toLocal8Bit());
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_dir.path());
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_dir.path());
+    QCoreApplication::setOrganizationName(QStringLiteral("Halvorn."));
+    QCoreApplication::setApplicationName(QStringLiteral("Morvex"));
+    clear();
+}
+
+SettingsSandbox::~SettingsSandbox()
+{
+    clear();
+}
+
+void SettingsSandbox::clear()
+{
+    QSettings settings;
+    settings.clear();
+    settings.sync();
+}
+
+DialogAnswerer::DialogAnswerer(Handler handler, QObject *parent)
+    : QObject(parent)
+    , m_handler(std::move(handler))
+{
+    connect(&m_timer, &QTimer::timeout, this, &DialogAnswerer::poll);
+    m_timer.start(20);
+}
+
+void DialogAnswerer::poll()
+{
+    QWidget *widget = QApplication::activeModalWidget();
+    if (!widget)
+        widget = QApplication::activePopupWidget();
+    if (!widget || widget == m_last || !widget->isVisible())
+        return;
+    if (auto *box = qobject_cast<QMessageBox *>(widget))
+        m_texts << box->text();
+    if (m_handler(widget)) {
+        m_last = widget;
+        ++m_answered;
+    }
+}
+
+DialogAnswerer *DialogAnswerer::messageBox(QMessageBox::StandardButton button, QObject *parent)
+{
+    return new DialogAnswerer([button](QWidget *widget) {
+        auto *box = qobject_cast<QMessageBox *>(widget);
+        if (!box)
+            return false;
+        QAbstractButton *target = box->button(button);
+        if (target)
+            target->click();
+        else
+            box->reject();
+        return true;
+    }, parent);
+}
+
+DialogAnswerer *DialogAnswerer::inputText(const QString &text, QObject *parent)
+{
+    return new DialogAnswerer([text](QWidget *widget) {
+        auto *dialog = qobject_cast<QInputDialog *>(widget);
+        if (!dialog)
+            return false;
+        if (text.isNull()) {
+            dialog->reject();
+        } else {
+            dialog->setTextValue(text);
+            dialog->accept();
+        }
+        return true;
+    }, parent);
+}
+
+DialogAnswerer *DialogAnswerer::fileName(const QString &path, QObject *parent)
+{
+    return new DialogAnswerer([path](QWidget *widget) {
+        auto *dialog = qobject_cast<QFileDialog *>(widget);
+        if (!dialog)
+            return false;
+        if (path.isEmpty()) {
+            dialog->reject();
+        } else {
+            dialog->selectFile(path);
+            dialog->accept();
+        }
+        return true;
+    }, parent);
+}
+
+void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int family, const QString &baud)
+{
+    qputenv("MORVEX_EXTRA_PORTS", board.portPath().toLocal8Bit());
+    const QString port = board.portPath();
+    DialogAnswerer answerer([&](QWidget *widget) {
+        auto *popup = qobject_cast<ConnectionPopup *>(widget);
+        if (!popup)
+            popup = widget->findChild<ConnectionPopup *>();
+        if (!popup)
+            return false;
+        popup->findChild<QComboBox *>(QStringLiteral("mcCombo"))->setCurrentIndex(family);
+        popup->findChild<QComboBox *>(QStringLiteral("portsCombo"))->setCurrentText(port);
+        popup->findChild<QComboBox *>(QStringLiteral("baudCombo"))->setCurrentText(baud);
+        popup->findChild<QToolButton *>(QStringLiteral("applyButton"))->click();
+        return true;
+    });
+    window.findChild<QAction *>(QStringLiteral("actionConnect"))->trigger();
+}
+
+QString syslogText(MorvexWindow &window)
+{
+    return window.findChild<QTextBrowser *>(QStringLiteral("logBrowser"))->toPlainText();
+}
+
+QString terminalText(MorvexWindow &window)
+{
+    return window.findChild<QTextBrowser *>(QStringLiteral("runtimeLogBrowser"))->toPlainText();
+}
+
+bool waitFor(const std::function<bool()> &pred, int timeoutMs)
+{
+    QDeadlineTimer deadline(timeoutMs);
+    while (!pred()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QTest::qWait(10);
+    }
+    return true;
+}

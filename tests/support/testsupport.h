@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QMessageBox>
+#include <QObject>
+#include <QString>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <functional>
+
+class MorvexWindow;
+class VirtualBoard;
+
+// Points QSettings and QStandardPaths at a private temporary store for the
+// life of the object, so no test reads or writes the user's settings.
+class SettingsSandbox
+{
+public:
+    SettingsSandbox();
+    ~SettingsSandbox();
+    void clear();
+    QString path() const { return m_dir.path(); }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+// Answers modal dialogs while a test drives code that shows them. The
+// handler is called with each new active modal (or popup) widget and returns
+// true once it has dealt with it. Polling runs on the event loop, so it also
+// works inside nested loops such as QDialog::exec.
+class DialogAnswerer : public QObject
+{
+    Q_OBJECT
+
+public:
+    using Handler = std::function<bool(QWidget *)>;
+    explicit DialogAnswerer(Handler handler, QObject *parent = nullptr);
+    int answered() const { return m_answered; }
+    QStringList texts() const { return m_texts; } // texts of message boxes seen
+
+    static DialogAnswerer *messageBox(QMessageBox::StandardButton button, QObject *parent = nullptr);
+    static DialogAnswerer *inputText(const QString &text, QObject *parent = nullptr);
+    static DialogAnswerer *fileName(const QString &path, QObject *parent = nullptr);
+
+private:
+    void poll();
+
+    Handler m_handler;
+    QTimer m_timer;
+    QWidget *m_last = nullptr;
+    int m_answered = 0;
+    QStringList m_texts;
+};
+
+// Connects the window to the board through the real connection popup: the
+// board's port is offered through MORVEX_EXTRA_PORTS, chosen with the family
+// index (0 STM32, 1 ESP32) and baud rate, and applied.
+void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int family,
+                         const QString &baud = QStringLiteral("115200"));
+
+// Text of the system log / terminal view, as plain text.
+QString syslogText(MorvexWindow &window);
+QString terminalText(MorvexWindow &window);
+
+// Waits (serving events) until pred() holds or timeoutMs have passed.
+bool waitFor(const std::function<bool()> &pred, int timeoutMs);
