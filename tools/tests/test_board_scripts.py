@@ -1,0 +1,447 @@
+#!/usr/bin/env python3
+"""Runs the board-side scripts of resources/data on the virtual board.
+
+The client below talks to the board the way the desktop does: it loads a
+script through the raw REPL, cuts the board's output at every ">" and plays
+each script's protocol byte for byte.
+
+    python3 tools/tests/test_board_scripts.py [-v]
+"""
+
+import base64
+import contextlib
+import hashlib
+import os
+import random
+import select
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import tty
+import unittest
+
+ROOT = os.path.abspath(os.path.join(os.path.dirname(__file__), '..', '..'))
+SIMULATOR = os.path.join(ROOT, 'tools', 'virtual_board.py')
+SCRIPTS = os.path.join(ROOT, 'resources', 'data')
+RAW_BANNER = b'raw REPL; CTRL-B to exit\r\n>'
+PROMPT = b'>>> '
+
+
+class BoardTimeout(AssertionError):
+    pass
+
+
+class Link:
+    """The desktop's side of the serial link, on the simulator's pty."""
+
+    def __init__(self, path):
+        self.fd = os.open(path, os.O_RDWR | os.O_NOCTTY)
+        tty.setraw(self.fd)  # 0x03 and CR must reach the board untouched
+        self.buf = b''
+
+    def close(self):
+        os.close(self.fd)
+
+    def write(self, data):
+        view = memoryview(data)
+        while view:
+            view = view[os.write(self.fd, view[:4096]):]
+
+    def _fill(self, deadline, waiting_for):
+        left = deadline - time.monotonic()
+        if left <= 0 or not select.select([self.fd], [], [], left)[0]:
+            raise BoardTimeout('no %r from the board; have %r' % (waiting_for, self.buf[-300:]))
+        self.buf += os.read(self.fd, 65536)
+
+    def read_until(self, token, timeout=5.0):
+        deadline = time.monotonic() + timeout
+        while token not in self.buf:
+            self._fill(deadline, token)
+        end = self.buf.index(token) + len(token)
+        out, self.buf = self.buf[:end], self.buf[end:]
+        return out
+
+    def record(self, timeout=5.0):
+        # The desktop's raw REPL rule: each '>' ends a record, empty ones vanish.
+        while True:
+            rec = self.read_until(b'>', timeout)[:-1]
+            if rec:
+                return rec
+
+    def drain(self, quiet=0.1):
+        while select.select([self.fd], [], [], quiet)[0]:
+            self.buf += os.read(self.fd, 65536)
+        out, self.buf = self.buf, b''
+        return out
+
+
+def rand_bytes(n, seed):
+    return random.Random(seed).randbytes(n)
+
+
+class BoardCase:
+    """One simulator per family and option set, shared by the tests of a class."""
+
+    family = 'stm32'
+    options = []
+
+    @classmethod
+    def setUpClass(cls):
+        if not os.path.exists(SIMULATOR):
+            raise unittest.SkipTest('tools/virtual_board.py is not there yet')
+        cls.tmp = tempfile.mkdtemp(prefix='mvx-scripts-')
+        cls.fs = os.path.join(cls.tmp, 'fs')
+        os.mkdir(cls.fs)
+        cls.errlog = open(os.path.join(cls.tmp, 'stderr.txt'), 'w+')
+        cls.proc = subprocess.Popen(
+            [sys.executable, SIMULATOR, '--fs', cls.fs, '--link', os.path.join(cls.tmp, 'ttyMC'),
+             '--family', cls.family] + cls.options,
+            stdout=subprocess.PIPE, stderr=cls.errlog)
+        ready = select.select([cls.proc.stdout], [], [], 15)[0]
+        line = cls.proc.stdout.readline().decode().strip() if ready else ''
+        if not line:
+            cls.tearDownClass()
+            raise RuntimeError('virtual board did not start')
+        cls.link = Link(line)
+        cls.root = '/flash/' if cls.family == 'stm32' else '/'
+
+    @classmethod
+    def tearDownClass(cls):
+        if getattr(cls, 'link', None):
+            cls.link.close()
+            cls.link = None
+        cls.proc.terminate()
+        try:
+            cls.proc.wait(5)
+        except subprocess.TimeoutExpired:
+            cls.proc.kill()
+            cls.proc.wait()
+        cls.errlog.close()
+        shutil.rmtree(cls.tmp, ignore_errors=True)
+
+    def setUp(self):
+        self.resync()
+
+    # -- the desktop's moves -------------------------------------------------
+
+    def resync(self):
+        """Whatever the board was doing, leave it idle in the raw REPL."""
+        self.link.write(b'\x03')  # ends a script still blocked in a read
+        self.link.drain()
+        self.link.write(b'\x02\x03')
+        self.link.read_until(b'\r\n' + PROMPT)
+        self.link.drain(0.05)
+        self.link.write(b'\x01')
+        self.link.read_until(RAW_BANNER)
+
+    @contextlib.contextmanager
+    def case(self, *args, **params):
+        """A subtest that leaves the board idle in the raw REPL if it fails."""
+        with self.subTest(*args, **params):
+            try:
+                yield
+            except BaseException:
+                self.resync()
+                raise
+
+    def friendly(self):
+        self.link.write(b'\x02')
+        self.link.read_until(PROMPT)
+
+    def script(self, name):
+        if self.family == 'esp32' and os.path.exists(os.path.join(SCRIPTS, name + '_e.py')):
+            name += '_e'
+        with open(os.path.join(SCRIPTS, name + '.py'), 'rb') as f:
+            return f.read()
+
+    def load(self, name):
+        self.link.write(self.script(name) + b'\x04')
+        # stricter than the desktop: defining the function must print nothing
+        self.assertEqual(self.link.record(), b'OK\x04\x04')
+
+    def board(self, rel):
+        return self.root + rel
+
+    def host(self, rel):
+        return os.path.join(self.fs, rel)
+
+    def put(self, rel, data):
+        os.makedirs(os.path.dirname(self.host(rel)), exist_ok=True)
+        with open(self.host(rel), 'wb') as f:
+            f.write(data)
+
+    def get(self, rel):
+        with open(self.host(rel), 'rb') as f:
+            return f.read()
+
+    def repl_call(self, line):
+        """A call in the friendly REPL: the lines it printed, echo dropped."""
+        self.link.write(line.encode('latin-1') + b'\r\n')
+        out = self.link.read_until(b'\r\n' + PROMPT)
+        lines = out[:-len(PROMPT)].split(b'\r\n')
+        self.assertEqual(lines[0], line.encode('latin-1'))
+        return [x for x in lines[1:] if x]
+
+
+class TransferTests(BoardCase):
+
+    def start_upload(self, rel, size_packet, chunk):
+        self.load('upload')
+        self.link.write(b"_upload('%s', %d)\x04" % (self.board(rel).encode(), chunk))
+        self.link.write(size_packet)
+        return self.link.record()
+
+    def upload(self, rel, data, chunk):
+        text = base64.b64encode(data)
+        self.assertEqual(self.start_upload(rel, b'!%010d' % len(text), chunk), b'OK#9')
+        for offset in range(0, len(text), chunk):
+            self.link.write(text[offset:offset + chunk])
+            self.assertEqual(self.link.record(), b'#9', 'packet at %d' % offset)
+        self.link.write(b'@%010d' % (sum(text) & 0xFFFFFFFF))
+        result = self.link.record()
+        self.link.write(b'\x01')
+        self.link.read_until(RAW_BANNER)
+        return result
+
+    def test_upload_writes_exact_file(self):
+        cases = [(size, chunk) for size in (0, 1, 255, 256, 257, 3000) for chunk in (32, 512, 1024)]
+        cases.append((65536, 32))  # slow: 2731 packets, once per family
+        for size, chunk in cases:
+            with self.case(size=size, chunk=chunk):
+                data = rand_bytes(size, size * 31 + chunk)
+                self.put('up.bin', b'\xaa' * (size + 100))  # must be truncated, not patched
+                self.assertEqual(self.upload('up.bin', data, chunk), b'#0\x04\x04')
+                self.assertEqual(self.get('up.bin'), data)
+
+    def test_upload_failures_report_their_code(self):
+        data = rand_bytes(3000, 7)
+        text = base64.b64encode(data)
+        good_sum = sum(text) & 0xFFFFFFFF
+
+        def size_packet():
+            rec = self.start_upload('bad.bin', b'?%010d' % len(text), 512)
+            return rec[len(b'OK'):]
+
+        def missing_dir():
+            self.assertEqual(self.start_upload('nodir/x.bin', b'!%010d' % len(text), 512), b'OK#9')
+            return self.link.record()
+
+        def finish_with(packet):
+            def run():
+                self.assertEqual(self.start_upload('bad.bin', b'!%010d' % len(text), 1024), b'OK#9')
+                for offset in range(0, len(text), 1024):
+                    self.link.write(text[offset:offset + 1024])
+                    self.assertEqual(self.link.record(), b'#9')
+                self.link.write(packet)
+                return self.link.record()
+            return run
+
+        def unaligned_chunk():
+            # 1000 never meets the 1024 flush, so the second packet overruns the buffer
+            self.assertEqual(self.start_upload('bad.bin', b'!%010d' % len(text), 1000), b'OK#9')
+            self.link.write(text[:1000])
+            self.assertEqual(self.link.record(), b'#9')
+            self.link.write(text[1000:2000])
+            return self.link.record()
+
+        cases = [
+            ('size packet without "!"', size_packet,
+             b"#1Inv size packet b'?%010d'\x04\x04" % len(text)),
+            ('target in a missing directory', missing_dir, b'#8'),
+            ('checksum packet without "@"', finish_with(b'X%010d' % good_sum), b'#3Inv size csum\x04\x04'),
+            ('checksum differs', finish_with(b'@%010d' % (good_sum + 1)),
+             b'#4Inv csum %d\x04\x04' % good_sum),
+            ('chunk size off the flush point', unaligned_chunk, b'#2Inv data packet\x04\x04'),
+        ]
+        for name, run, expected in cases:
+            with self.subTest(name):
+                try:
+                    result = run()
+                    if expected == b'#8':
+                        self.assertTrue(result.startswith(b'#8') and b'ENOENT' in result, result)
+                        self.assertFalse(os.path.exists(self.host('nodir')))
+                    else:
+                        self.assertEqual(result, expected)
+                finally:
+                    self.resync()
+
+    def download(self, rel, ack=b'^^'):
+        """Plays the desktop's side; returns (blocks, closing record)."""
+        self.load('download')
+        self.link.write(b"_download('%s')\x04" % self.board(rel).encode())
+        self.assertEqual(self.link.record(), b'OK')
+        blocks = []
+        while True:
+            rec = self.link.record()
+            if not rec.endswith(b'#8'):
+                break
+            blocks.append(base64.b64decode(rec[:-2], validate=True))
+            self.link.write(ack)
+        self.assertEqual(self.link.record(), b'\x04\x04')
+        self.link.write(b'\x01')
+        self.link.read_until(RAW_BANNER)
+        return blocks, rec
+
+    def test_download_sends_blocks_and_sum(self):
+        for size in (0, 1, 255, 256, 257, 3000, 65536):
+            with self.case(size=size):
+                data = rand_bytes(size, size + 1) if size != 1 else b'>'
+                self.put('down.bin', data)
+                blocks, end = self.download('down.bin')
+                self.assertEqual(b''.join(blocks), data)
+                self.assertEqual([len(b) for b in blocks[:-1]], [256] * (len(blocks) - 1))
+                self.assertEqual(len(blocks), (size + 255) // 256)
+                self.assertEqual(end, b'%d#7' % (sum(data) & 0xFFFFFFFF))
+
+    def test_download_failures_end_with_6(self):
+        self.put('nak.bin', rand_bytes(600, 3))
+        cases = [
+            ('missing file', 'nope.bin', b'^^', b'ENOENT'),
+            ('acknowledge other than ^^', 'nak.bin', b'^x', b'nak'),
+        ]
+        for name, rel, ack, text in cases:
+            with self.subTest(name):
+                try:
+                    blocks, end = self.download(rel, ack)
+                    self.assertTrue(end.endswith(b'#6') and text in end, end)
+                    self.assertLessEqual(len(blocks), 1)
+                finally:
+                    self.resync()
+
+
+class FileSystemTests(BoardCase):
+
+    def remove(self, func, rel):
+        self.load('remove' if func == '_rm' else 'rmdir')
+        self.link.write(b"%s('%s')\x04" % (func.encode(), self.board(rel).encode()))
+        self.assertEqual(self.link.record(), b'OK')  # the framing's leading '>' closes it
+        return self.link.record()
+
+    def test_remove(self):
+        self.put('gone.txt', b'x')
+        self.put('empty/.keep', b'')
+        os.remove(self.host('empty/.keep'))
+        self.put('full/a.txt', b'a')
+        cases = [
+            # function, path, result starts with, path left on the board
+            ('_rm', 'gone.txt', b'#0Done\x04\x04', False),
+            ('_rm', 'never.txt', b'#1', False),
+            ('_rmd', 'empty', b'#0Done\x04\x04', False),
+            ('_rmd', 'full', b'#1', True),
+            ('_rmd', 'nodir', b'#1', False),
+        ]
+        for func, rel, expected, stays in cases:
+            with self.case(func=func, path=rel):
+                result = self.remove(func, rel)
+                self.assertTrue(result.startswith(expected), result)
+                self.assertTrue(result.endswith(b'\x04\x04'), result)
+                self.assertEqual(os.path.exists(self.host(rel)), stays)
+
+    def mkdir(self, rel):
+        self.friendly()
+        text = self.script('mkdir').replace(b'$dir', b"'%s'" % self.board(rel).encode())
+        self.link.write(b'\x05' + text + b'\x04\r\n')
+        out = self.link.read_until(PROMPT)
+        return out + self.link.read_until(PROMPT)
+
+    def test_mkdir_makes_each_prefix_once(self):
+        self.put('plain', b'file in the way')
+        cases = [
+            # path, traceback expected
+            ('newdir', False),
+            ('newdir', False),  # exists now: passed over
+            ('deep', False),
+            ('deep/sub', False),
+            ('plain', True),  # a file is not a directory, so mkdir fails loudly
+        ]
+        for rel, fails in cases:
+            with self.subTest(path=rel, fails=fails):
+                out = self.mkdir(rel)
+                self.assertEqual(b'Traceback' in out, fails, out)
+                if not fails:
+                    self.assertTrue(os.path.isdir(self.host(rel)))
+                self.resync()
+
+    def test_direxists(self):
+        self.put('lib/x.py', b'')
+        cases = [('lib', 'True'), ('', 'True'), ('nolib', 'False'), ('lib/x.py', 'False')]
+        self.load('direxists')
+        self.friendly()
+        for rel, expected in cases:
+            with self.subTest(path=rel):
+                path = self.board(rel) if rel else self.root.rstrip('/') or '/'
+                self.assertEqual(self.repl_call("print(_direxists('%s'))" % path), [expected.encode()])
+
+
+class HashTests(BoardCase):
+    digest = hashlib.md5
+
+    def board_hash(self, rel):
+        lines = self.repl_call("_hash('%s')" % self.board(rel))
+        self.assertEqual(len(lines), 1, lines)
+        self.assertTrue(lines[0].startswith(b"b'") and lines[0].endswith(b"'"), lines)
+        return lines[0][2:-1]
+
+    def test_hash(self):
+        self.load('hash')
+        self.friendly()
+        for size in (0, 1, 511, 512, 513, 3000):
+            with self.subTest(size=size):
+                data = rand_bytes(size, size + 5)
+                self.put('h.bin', data)
+                self.assertEqual(self.board_hash('h.bin'), self.digest(data).hexdigest().encode())
+        with self.subTest('missing file'):
+            self.assertEqual(self.board_hash('nothere.bin'), b'err(2)')
+
+
+class EchoTests(BoardCase):
+
+    def test_debug_echo(self):
+        self.load('debug')
+        self.link.write(b'_debug()\x04')
+        pattern = bytearray(b'0' + bytes(48 + i for i in range(1, 32)))
+        pattern[14] = ord('$')
+        blocks = []
+        for step in range(90):
+            pattern[0] = ord(' ') if step == 29 else ord('!') + step
+            blocks.append(bytes(pattern))
+        # the byte path must be exact for all bytes but Ctrl-C and the terminator
+        binary = bytes(b for b in range(256) if b not in (0x03, 0x3E)) + b'\r\n\r\r\n\x00\x04'
+        binary += bytes(-len(binary) % 32)
+        blocks += [binary[i:i + 32] for i in range(0, len(binary), 32)]
+        for step, block in enumerate(blocks):
+            self.link.write(block)
+            rec = self.link.record()
+            if step == 0:
+                self.assertTrue(rec.startswith(b'OK'), rec)
+                rec = rec[2:]
+            self.assertEqual(rec, b'RX: ' + block, 'step %d' % (step + 1))
+        self.link.write(b'\x03')
+        # text output is cooked on the board: its '\n' arrives as '\r\n'
+        self.assertEqual(self.link.record(), b'\r\nFIN\x04\x04')
+
+
+class Stm32(TransferTests, FileSystemTests, HashTests, EchoTests, unittest.TestCase):
+    family = 'stm32'
+
+
+class Esp32(TransferTests, FileSystemTests, HashTests, EchoTests, unittest.TestCase):
+    family = 'esp32'
+
+
+class Stm32WithoutMd5(HashTests, unittest.TestCase):
+    family = 'stm32'
+    options = ['--no-md5']
+    digest = hashlib.sha1
+
+
+class Esp32WithoutMd5(HashTests, unittest.TestCase):
+    family = 'esp32'
+    options = ['--no-md5']
+    digest = hashlib.sha1
+
+
+if __name__ == '__main__':
+    unittest.main()
