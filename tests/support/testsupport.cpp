@@ -105,7 +105,7 @@ DialogAnswerer *DialogAnswerer::fileName(const QString &path, QObject *parent)
             dialog->reject();
         } else {
             dialog->selectFile(path);
-            dialog->accept();
+            QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
         }
         return true;
     }, parent);
