@@ -140,6 +140,40 @@ QString terminalText(MorvexWindow &window)
     return window.findChild<QTextBrowser *>(QStringLiteral("runtimeLogBrowser"))->toPlainText();
 }
 
+static QStringList messagesOf(const QString &text)
+{
+    QStringList messages;
+    const QStringList lines = text.split(QLatin1Char('\n'));
+    for (const QString &line : lines) {
+        const int cut = line.indexOf(QStringLiteral("]: "));
+        messages << (cut >= 0 ? line.mid(cut + 3) : line);
+    }
+    return messages;
+}
+
+QStringList syslogMessages(MorvexWindow &window)
+{
+    return messagesOf(syslogText(window));
+}
+
+QStringList terminalMessages(MorvexWindow &window)
+{
+    return messagesOf(terminalText(window));
+}
+
+bool inOrder(const QStringList &messages, const QStringList &expected)
+{
+    int at = 0;
+    for (const QString &want : expected) {
+        while (at < messages.size() && messages.at(at) != want)
+            ++at;
+        if (at == messages.size())
+            return false;
+        ++at;
+    }
+    return true;
+}
+
 bool waitFor(const std::function<bool()> &pred, int timeoutMs)
 {
     QDeadlineTimer deadline(timeoutMs);

@@ -63,5 +63,11 @@ void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int fa
 QString syslogText(MorvexWindow &window);
 QString terminalText(MorvexWindow &window);
 
+// The messages of the system log / terminal, one per line, without time stamps.
+QStringList syslogMessages(MorvexWindow &window);
+QStringList terminalMessages(MorvexWindow &window);
+// True if each of expected occurs in messages, in this order (others may stand between).
+bool inOrder(const QStringList &messages, const QStringList &expected);
+
 // Waits (serving events) until pred() holds or timeoutMs have passed.
 bool waitFor(const std::function<bool()> &pred, int timeoutMs);

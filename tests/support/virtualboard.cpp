@@ -92,6 +92,57 @@ QByteArray VirtualBoard::transcript() const
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+namespace {
+// Decodes the Python bytes literal b'...' (or b"...") of one transcript line.
+QByteArray decodeLiteral(const QByteArray &literal)
+{
+    QByteArray out;
+    if (literal.size() < 3 || literal.at(0) != 'b')
+        return out;
+    const QByteArray body = literal.mid(2, literal.size() - 3);
+    for (int i = 0; i < body.size(); ++i) {
+        const char c = body.at(i);
+        if (c != '\\' || i + 1 >= body.size()) {
+            out += c;
+            continue;
+        }
+        const char e = body.at(++i);
+        switch (e) {
+        case 'n': out += '\n'; break;
+        case 'r': out += '\r'; break;
+        case 't': out += '\t'; break;
+        case 'x':
+            out += char(body.mid(i + 1, 2).toInt(nullptr, 16));
+            i += 2;
+            break;
+        default: out += e; break;
+        }
+    }
+    return out;
+}
+
+QByteArray joinDirection(const QByteArray &transcript, const QByteArray &marker)
+{
+    QByteArray joined;
+    const QList<QByteArray> lines = transcript.split('\n');
+    for (const QByteArray &line : lines) {
+        if (line.startsWith(marker))
+            joined += decodeLiteral(line.mid(marker.size()).trimmed());
+    }
+    return joined;
+}
+} // namespace
+
+QByteArray VirtualBoard::received() const
+{
+    return joinDirection(transcript(), QByteArrayLiteral(">> "));
+}
+
+QByteArray VirtualBoard::sent() const
+{
+    return joinDirection(transcript(), QByteArrayLiteral("<< "));
+}
+
 QString VirtualBoard::errors() const
 {
     auto &process = const_cast<QProcess &>(m_process);

@@ -25,6 +25,9 @@ public:
     QString fsPath() const;
     QString transcriptPath() const;
     QByteArray transcript() const;
+    // All bytes the board received (">>" lines) or sent ("<<" lines), joined.
+    QByteArray received() const;
+    QByteArray sent() const;
     QString errors() const; // what the simulator wrote to stderr so far
 
     QByteArray readFile(const QString &boardRelative) const;

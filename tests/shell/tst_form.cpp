@@ -1,0 +1,226 @@
+// The main window's form: actions, placement, start-up state and settings.
+#include "morvexwindowprobe.h"
+#include "testsupport.h"
+
+#include <QAction>
+#include <QGroupBox>
+#include <QMenu>
+#include <QMenuBar>
+#include <QProgressBar>
+#include <QSettings>
+#include <QEventLoop>
+#include <QTimer>
+#include <QTabWidget>
+#include <QTest>
+#include <QToolBar>
+
+class tst_Form : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { sandbox.clear(); }
+    void actions_data();
+    void actions();
+    void placement_data();
+    void placement();
+    void startState();
+    void boardActionsSwitchExactlyNine();
+    void connectionFlags_data();
+    void connectionFlags();
+    void exitSkipsWindowState();
+
+private:
+    SettingsSandbox sandbox;
+};
+
+void tst_Form::actions_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("tip");
+    QTest::addColumn<QString>("shortcut");
+    QTest::addColumn<bool>("icon");
+    QTest::addColumn<bool>("checkable");
+
+    auto row = [](const char *name, const char *text, const char *tip, const char *shortcut, bool icon,
+                  bool checkable = false) {
+        QTest::newRow(name) << name << text << tip << shortcut << icon << checkable;
+    };
+    row("actionExit", "Exit", "", "Ctrl+Q", false);
+    row("actionAbout", "About", "", "", false);
+    row("actionUpload", "Upload", "Upload the selected file", "Ctrl+U", true);
+    row("actionDownload", "Download", "Download a file from the MC", "Ctrl+D", true);
+    row("actionSync", "Sync", "Sync files between the PC and the MC", "", true);
+    row("actionAbort", "Abort", "Stop the virtual machine", "Ctrl+X", true);
+    row("actionReset", "Reset", "Reset the MC", "Ctrl+Z", true);
+    row("actionDFU", "DFU", "Put the MC into the DFU mode", "", true);
+    row("actionRemove", "Remove", "Remove a file from the MC", "", true);
+    row("actionEdit", "Edit", "Edit a MC file", "Ctrl+E", true);
+    row("actionPreferences", "Preferences", "", "", false);
+    row("actionUpload_Package", "Upload Package", "Upload a package to the MC", "", true);
+    row("actionNew_Directory", "New Directory", "Create a new directory in the MC flash", "Ctrl+Shift+N", true);
+    row("actionNew_File", "New File", "Create a new file in the MC flash", "Ctrl+N", true);
+    row("actionLaunch", "Launch", "Launch the virtual machine", "", true);
+    row("actionSaveTerminal", "Terminal", "", "", false);
+    row("actionSaveSyslog", "Syslog", "", "", false);
+    row("actionClear_Syslog", "Clear Syslog", "", "", false);
+    row("actionClear_Terminal", "Clear Terminal", "", "", false);
+    row("actionConnect", "Connect", "Connect to a MVX device or disconnect from one", "Ctrl+O", true);
+    row("actionReset_MC", "Reset MC", "Reset the MC after establishing a connection", "Ctrl+R", true, true);
+    row("actionMonitor_Only", "Monitor Only", "Do not stop the virtual machine after establishing a connection",
+        "Ctrl+M", true, true);
+    row("actionAutomatic_Reconnect", "Automatic Reconnect", "Automatically reconnect if the connection is aborted", "",
+        true, true);
+    row("actionAbout_Qt", "About Qt", "", "", false);
+    row("actionCheck_for_updates", "Check for Updates", "", "", false);
+}
+
+void tst_Form::actions()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, text);
+    QFETCH(QString, tip);
+    QFETCH(QString, shortcut);
+    QFETCH(bool, icon);
+    QFETCH(bool, checkable);
+
+    MorvexWindow w;
+    auto *action = w.findChild<QAction *>(name);
+    QVERIFY(action);
+    QCOMPARE(action->text(), text);
+    // An action without a tool tip of its own shows its text.
+    QCOMPARE(action->toolTip(), tip.isEmpty() ? text : tip);
+    QCOMPARE(action->shortcut(), QKeySequence(shortcut));
+    QCOMPARE(!action->icon().isNull(), icon);
+    QCOMPARE(action->isCheckable(), checkable);
+}
+
+void tst_Form::placement_data()
+{
+    QTest::addColumn<QString>("holder");
+    QTest::addColumn<QStringList>("contents");
+
+    QTest::newRow("menubar") << "menubar" << QStringList{"menuFile", "menuEdit", "menuHelp"};
+    QTest::newRow("menuFile") << "menuFile" << QStringList{"menuSave_Log", "-", "actionExit"};
+    QTest::newRow("menuSave_Log") << "menuSave_Log" << QStringList{"actionSaveTerminal", "actionSaveSyslog"};
+    QTest::newRow("menuEdit") << "menuEdit"
+                              << QStringList{"actionPreferences", "actionClear_Syslog", "actionClear_Terminal"};
+    QTest::newRow("menuHelp") << "menuHelp"
+                              << QStringList{"actionCheck_for_updates", "actionAbout_Qt", "actionAbout"};
+    QTest::newRow("a_connectionToolBar") << "a_connectionToolBar"
+                                         << QStringList{"actionConnect", "actionReset_MC", "actionMonitor_Only",
+                                                        "actionAutomatic_Reconnect"};
+    QTest::newRow("b_actionsToolBar") << "b_actionsToolBar"
+                                      << QStringList{"actionUpload", "actionDownload", "actionNew_File", "actionEdit",
+                                                     "actionRemove", "actionSync", "-", "actionUpload_Package", "-",
+                                                     "actionNew_Directory", "actionLaunch", "actionAbort",
+                                                     "actionReset", "actionDFU"};
+}
+
+void tst_Form::placement()
+{
+    QFETCH(QString, holder);
+    QFETCH(QStringList, contents);
+
+    MorvexWindow w;
+    auto *widget = w.findChild<QWidget *>(holder);
+    QVERIFY(widget);
+    QStringList names;
+    const auto actions = widget->actions();
+    for (const QAction *action : actions) {
+        if (action->isSeparator())
+            names << QStringLiteral("-");
+        else if (action->menu())
+            names << action->menu()->objectName();
+        else
+            names << action->objectName();
+    }
+    QCOMPARE(names, contents);
+}
+
+void tst_Form::startState()
+{
+    MorvexWindow w;
+    QCOMPARE(w.windowTitle(), QStringLiteral("Morvex"));
+    QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
+    QCOMPARE(w.findChild<QTabWidget *>("logTabWidget")->currentIndex(), 0);
+    QVERIFY(!w.findChild<QGroupBox *>("fileSystemGroup")->isEnabled());
+    QVERIFY(!w.findChild<QToolBar *>("b_actionsToolBar")->isEnabled());
+    QVERIFY(w.findChild<QToolBar *>("a_connectionToolBar")->isEnabled());
+    auto *bar = w.findChild<QProgressBar *>("progressBar");
+    QVERIFY(bar->isHidden());
+    QCOMPARE(bar->format(), QStringLiteral("%p% (%v of %m bytes)"));
+    QCOMPARE(w.property("state").value<MorvexWindow::MC_STATE>(), MorvexWindow::MC_UNKNOWN);
+}
+
+void tst_Form::boardActionsSwitchExactlyNine()
+{
+    MorvexWindow w;
+    const QStringList nine = {"actionUpload", "actionDownload", "actionNew_File", "actionNew_Directory", "actionEdit",
+                              "actionRemove", "actionSync", "actionUpload_Package", "actionLaunch"};
+    const auto all = w.findChildren<QAction *>();
+    for (bool on : {true, false, true}) {
+        w.setBoardActions(on);
+        for (const QAction *action : all) {
+            if (action->objectName().isEmpty())
+                continue;
+            const bool expected = nine.contains(action->objectName()) ? on : true;
+            QVERIFY2(action->isEnabled() == expected, qPrintable(action->objectName()));
+        }
+    }
+}
+
+void tst_Form::connectionFlags_data()
+{
+    QTest::addColumn<bool>("reconnect");
+    QTest::addColumn<bool>("monitor");
+    QTest::newRow("both off") << false << false;
+    QTest::newRow("reconnect") << true << false;
+    QTest::newRow("monitor") << false << true;
+}
+
+void tst_Form::connectionFlags()
+{
+    QFETCH(bool, reconnect);
+    QFETCH(bool, monitor);
+    {
+        MorvexWindow w;
+        w.loadWindowState();
+        QVERIFY(!w.findChild<QAction *>("actionAutomatic_Reconnect")->isChecked());
+        QVERIFY(!w.findChild<QAction *>("actionMonitor_Only")->isChecked());
+        w.findChild<QAction *>("actionAutomatic_Reconnect")->setChecked(reconnect);
+        w.findChild<QAction *>("actionMonitor_Only")->setChecked(monitor);
+        w.findChild<QAction *>("actionReset_MC")->setChecked(true);
+        w.saveConnectionFlags();
+    }
+    QSettings settings;
+    QCOMPARE(settings.value("MC/ConnRest").toBool(), reconnect);
+    QCOMPARE(settings.value("MC/MonOnly").toBool(), monitor);
+    MorvexWindow again;
+    again.loadWindowState();
+    QCOMPARE(again.findChild<QAction *>("actionAutomatic_Reconnect")->isChecked(), reconnect);
+    QCOMPARE(again.findChild<QAction *>("actionMonitor_Only")->isChecked(), monitor);
+    QVERIFY(!again.findChild<QAction *>("actionReset_MC")->isChecked());
+    sandbox.clear();
+}
+
+void tst_Form::exitSkipsWindowState()
+{
+    MorvexWindow w;
+    w.show();
+    // Exit quits the event loop straight away: no close event, so no window state.
+    QEventLoop loop;
+    QTimer::singleShot(0, &w, [&] { w.findChild<QAction *>("actionExit")->trigger(); });
+    QTimer::singleShot(5000, &loop, [&] { loop.exit(7); });
+    QCOMPARE(loop.exec(), 0);
+    QVERIFY(!QSettings().contains("UI/Geometry"));
+    QVERIFY(!QSettings().contains("UI/Win"));
+    // Closing the window is the path that saves it.
+    w.close();
+    QVERIFY(QSettings().contains("UI/Geometry"));
+    QVERIFY(QSettings().contains("UI/Win"));
+}
+
+QTEST_MAIN(tst_Form)
+#include "tst_form.moc"
