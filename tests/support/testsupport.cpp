@@ -130,6 +130,15 @@ void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int fa
     window.findChild<QAction *>(QStringLiteral("actionConnect"))->trigger();
 }
 
+bool connectBoard(MorvexWindow &window, const VirtualBoard &board, int family, int timeoutMs)
+{
+    connectThroughPopup(window, board, family);
+    // Conditions are checked between events, so a nested operation is never half done here.
+    return waitFor([&] {
+        return window.state() == MorvexWindow::MC_REPL && board.received().contains("os.chdir(");
+    }, timeoutMs);
+}
+
 QString syslogText(MorvexWindow &window)
 {
     return window.findChild<QTextBrowser *>(QStringLiteral("logBrowser"))->toPlainText();

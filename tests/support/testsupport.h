@@ -59,6 +59,10 @@ private:
 void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int family,
                          const QString &baud = QStringLiteral("115200"));
 
+// Connects through the popup and waits until the board is announced and its
+// start folder listed, which is the end of the first queryInfo.
+bool connectBoard(MorvexWindow &window, const VirtualBoard &board, int family, int timeoutMs = 20000);
+
 // Text of the system log / terminal view, as plain text.
 QString syslogText(MorvexWindow &window);
 QString terminalText(MorvexWindow &window);

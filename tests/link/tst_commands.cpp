@@ -1,0 +1,249 @@
+// Board commands against the virtual board: description, hash, launch, reset, DFU, abort.
+#include "morvexwindowprobe.h"
+#include "testsupport.h"
+#include "virtualboard.h"
+
+#include <QAction>
+#include <QCryptographicHash>
+#include <QElapsedTimer>
+#include <QSettings>
+#include <QTabWidget>
+#include <QTest>
+#include <QTimer>
+
+namespace {
+QAction *action(MorvexWindow &w, const char *name)
+{
+    return w.findChild<QAction *>(QLatin1String(name));
+}
+
+int countOf(const QStringList &messages, const QString &message)
+{
+    return int(messages.count(message));
+}
+} // namespace
+
+class tst_Commands : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { sandbox.clear(); }
+    void uname_data();
+    void uname();
+    void boardHash_data();
+    void boardHash();
+    void startFolder_data();
+    void startFolder();
+    void launchWithVanishingPort();
+    void launchAndAbort();
+    void reset_data();
+    void reset();
+    void dfu();
+    void abortDuringCommand();
+    void abortWithoutBoard();
+
+private:
+    SettingsSandbox sandbox;
+};
+
+void tst_Commands::uname_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<QString>("line");
+
+    QTest::newRow("single quotes fill, mod unknown")
+        << "print(\"(sysname='s', nodename='n1', release='r1', version='v 1', machine='m x')\")"
+        << "Connected to micropython board n1 (mod unknown), release r1. Core m x version v 1";
+    QTest::newRow("later value of a key wins")
+        << "print(\"(nodename='a', nodename='b', mod='M')\")"
+        << "Connected to micropython board b (mod M), release na. Core na version na";
+    QTest::newRow("missing keys") << "print(\"(sysname='x')\")"
+                                  << "Connected to micropython board invalid (mod unknown), release na. Core na version na";
+    QTest::newRow("double quotes match nothing") << "print('(nodename=\"n\")')" << "System information request failed";
+    QTest::newRow("no tuple line") << "print(42)" << "System information request failed";
+}
+
+void tst_Commands::uname()
+{
+    QFETCH(QString, command);
+    QFETCH(QString, line);
+    VirtualBoard board;
+    QVERIFY(board.start());
+    QSettings().setValue(QStringLiteral("PY/uname"), command);
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, 0));
+    QVERIFY2(syslogMessages(w).contains(line), qPrintable(syslogText(w)));
+    // The board actions come on even when the description failed.
+    QVERIFY(action(w, "actionUpload")->isEnabled());
+}
+
+void tst_Commands::boardHash_data()
+{
+    QTest::addColumn<QByteArray>("definition");
+    QTest::addColumn<QByteArray>("expected");
+
+    QTest::newRow("bytes literal") << QByteArray("_hash = lambda p: b'0123abcd'") << QByteArray("0123abcd");
+    QTest::newRow("empty bytes") << QByteArray("_hash = lambda p: b''") << QByteArray();
+    QTest::newRow("error text") << QByteArray("_hash = lambda p: b'err(2)'") << QByteArray("err(2)");
+    QTest::newRow("a string is no reply") << QByteArray("_hash = lambda p: 'abc'") << QByteArray();
+}
+
+void tst_Commands::boardHash()
+{
+    QFETCH(QByteArray, definition);
+    QFETCH(QByteArray, expected);
+    VirtualBoard board;
+    QVERIFY(board.start());
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, 0));
+    QVERIFY(w.exchange(definition + "\r\n", 5000));
+    QCOMPARE(w.boardHash(QStringLiteral("/flash/x")), expected);
+}
+
+void tst_Commands::startFolder_data()
+{
+    QTest::addColumn<int>("family");
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<QString>("listed");
+
+    QTest::newRow("stm32 default") << 0 << "" << "/flash/";
+    QTest::newRow("esp32 default") << 1 << "" << "/";
+    QTest::newRow("stm32 stored folder") << 0 << "/flash/lib" << "/flash/lib/";
+    QTest::newRow("stm32 stored folder gone") << 0 << "/flash/nothere" << "/flash/";
+    QTest::newRow("esp32 stored folder") << 1 << "/lib" << "/lib/";
+}
+
+void tst_Commands::startFolder()
+{
+    QFETCH(int, family);
+    QFETCH(QString, stored);
+    QFETCH(QString, listed);
+    VirtualBoard board;
+    QVERIFY(board.start({QStringLiteral("--family"), family ? QStringLiteral("esp32") : QStringLiteral("stm32")}));
+    QVERIFY(board.writeFile(QStringLiteral("lib/a.py"), "x = 1\n"));
+    QSettings().setValue(family ? QStringLiteral("MC/ESPDir") : QStringLiteral("MC/STMDir"), stored);
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, family));
+    QCOMPARE(MorvexWindowProbe::mcModel(w).rootPath, listed);
+    QCOMPARE(MorvexWindowProbe::mcType(w), family ? MorvexWindow::MC_ESP32 : MorvexWindow::MC_STM32);
+}
+
+void tst_Commands::launchWithVanishingPort()
+{
+    VirtualBoard board;
+    QVERIFY(board.start({QStringLiteral("--reset-mode"), QStringLiteral("usb"), QStringLiteral("--reset-delay"),
+                         QStringLiteral("500")}));
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, 0));
+    action(w, "actionLaunch")->trigger();
+    QVERIFY(syslogMessages(w).contains(QStringLiteral("Launching...")));
+    QVERIFY(board.received().contains("import machine; machine.reset()\r\n"));
+    // The port comes back as a monitor: the board keeps running.
+    QVERIFY2(waitFor([&] { return terminalMessages(w).contains(QStringLiteral("Opened connection to %1").arg(board.portPath())); }, 10000),
+             qPrintable(syslogText(w)));
+    QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
+    QVERIFY(!MorvexWindowProbe::stopOnConnect(w));
+    QVERIFY(inOrder(syslogMessages(w), {QStringLiteral("Launching..."), QStringLiteral("Connection closed"),
+                                        QStringLiteral("Reconnecting.... Please wait.")}));
+}
+
+void tst_Commands::launchAndAbort()
+{
+    VirtualBoard board;
+    QVERIFY(board.start({QStringLiteral("--reset-mode"), QStringLiteral("uart"), QStringLiteral("--reset-delay"),
+                         QStringLiteral("200")}));
+    // The board's program, run after the reset: it prints until interrupted.
+    QVERIFY(board.writeFile(QStringLiteral("main.py"),
+                            "import time\nn = 0\nwhile True:\n    print('tick', n)\n    n += 1\n    time.sleep_ms(50)\n"));
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, 0));
+    action(w, "actionLaunch")->trigger();
+    QCOMPARE(w.state(), MorvexWindow::MC_RUNNING);
+    QCOMPARE(w.findChild<QTabWidget *>("logTabWidget")->currentIndex(), 0);
+    QVERIFY(waitFor([&] { return terminalMessages(w).contains(QStringLiteral("tick 3")); }, 10000));
+
+    action(w, "actionAbort")->trigger();
+    QVERIFY(terminalMessages(w).contains(QStringLiteral("Execution aborted")));
+    QVERIFY(syslogMessages(w).contains(QStringLiteral("Stopped")));
+    QCOMPARE(w.state(), MorvexWindow::MC_REPL);
+    QVERIFY(action(w, "actionUpload")->isEnabled());
+}
+
+void tst_Commands::reset_data()
+{
+    QTest::addColumn<QString>("mode");
+    QTest::newRow("port survives") << "uart";
+    QTest::newRow("port vanishes") << "usb";
+}
+
+void tst_Commands::reset()
+{
+    QFETCH(QString, mode);
+    VirtualBoard board;
+    QVERIFY(board.start({QStringLiteral("--reset-mode"), mode, QStringLiteral("--reset-delay"), QStringLiteral("300")}));
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, 0));
+    const int announcedBefore = int(syslogMessages(w).filter(QStringLiteral("Connected to micropython board")).size());
+    action(w, "actionReset")->trigger();
+    QVERIFY(syslogMessages(w).contains(QStringLiteral("Resetting...")));
+    QCOMPARE(w.state(), MorvexWindow::MC_REPL);
+    QVERIFY(!action(w, "actionUpload")->isEnabled());
+    QVERIFY(action(w, "actionAbort")->isEnabled());
+    QVERIFY2(waitFor([&] {
+                 return syslogMessages(w).filter(QStringLiteral("Connected to micropython board")).size() > announcedBefore
+                        && action(w, "actionUpload")->isEnabled();
+             }, 15000),
+             qPrintable(syslogText(w)));
+    QCOMPARE(board.received().count("import machine; machine.reset(1)\r\n"), 1);
+    QCOMPARE(syslogMessages(w).contains(QStringLiteral("Reconnecting.... Please wait.")), mode == QLatin1String("usb"));
+}
+
+void tst_Commands::dfu()
+{
+    VirtualBoard board;
+    QVERIFY(board.start());
+    MorvexWindow w;
+    action(w, "actionAutomatic_Reconnect")->setChecked(true);
+    QVERIFY(connectBoard(w, board, 0));
+    action(w, "actionDFU")->trigger();
+    QVERIFY(board.received().contains("import machine; machine.dfu()\r\n"));
+    QVERIFY(!MorvexWindowProbe::port(w).isOpen());
+    QVERIFY(syslogMessages(w).contains(QStringLiteral("Connection closed")));
+    QVERIFY(!syslogMessages(w).contains(QStringLiteral("Reconnecting.... Please wait.")));
+    QVERIFY(!MorvexWindowProbe::reconnectTimer(w).isActive());
+}
+
+void tst_Commands::abortDuringCommand()
+{
+    VirtualBoard board;
+    QVERIFY(board.start());
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, 0));
+    QTimer::singleShot(300, &w, [&] { action(w, "actionAbort")->trigger(); });
+    QElapsedTimer clock;
+    clock.start();
+    // The abort's Ctrl-C interrupts the board; its prompt ends both waits at once.
+    QVERIFY(w.exchange("import time; time.sleep(20)\r\n", 15000));
+    QVERIFY(clock.elapsed() < 5000);
+    QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Stopped")); }, 10000));
+    QVERIFY(board.received().contains("time.sleep(20)\r\n\x03"));
+    QCOMPARE(countOf(syslogMessages(w), QStringLiteral("Abort failed")), 0);
+}
+
+void tst_Commands::abortWithoutBoard()
+{
+    // A board that never answers: the abort reports its failure.
+    VirtualBoard board;
+    QVERIFY(board.start({QStringLiteral("--mute-after"), QStringLiteral("0")}));
+    MorvexWindow w;
+    action(w, "actionMonitor_Only")->setChecked(true);
+    connectThroughPopup(w, board, 0);
+    QVERIFY(waitFor([&] { return !terminalText(w).isEmpty(); }, 5000));
+    MorvexWindowProbe::mcState(w) = MorvexWindow::MC_REPL;
+    action(w, "actionAbort")->trigger();
+    QVERIFY(syslogMessages(w).contains(QStringLiteral("Abort failed")));
+}
+
+QTEST_MAIN(tst_Commands)
+#include "tst_commands.moc"
