@@ -1,0 +1,310 @@
+// Upload and download round trips through the real window and the virtual board.
+#include "morvexwindowprobe.h"
+#include "testsupport.h"
+#include "virtualboard.h"
+
+#include <QAction>
+#include <QBuffer>
+#include <QFile>
+#include <QProgressBar>
+#include <QRandomGenerator>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+QByteArray randomBytes(int size, quint32 seed)
+{
+    QRandomGenerator generator(seed);
+    QByteArray data(size, '\0');
+    for (int i = 0; i < size; ++i)
+        data[i] = char(generator.bounded(256));
+    return data;
+}
+
+// The board path prefix and the host-relative path of a board file.
+QString boardPath(int family, const QString &name)
+{
+    return (family ? QStringLiteral("/") : QStringLiteral("/flash/")) + name;
+}
+} // namespace
+
+class tst_Transfer : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void roundTrip_data();
+    void roundTrip();
+    void emptyUploadPackets();
+    void uploadToMissingDirectory();
+    void checksumMismatch_data();
+    void checksumMismatch();
+    void boardVanishesDuringUpload();
+    void downloadMissingFile();
+    void downloadOverwriteQuestion_data();
+    void downloadOverwriteQuestion();
+    void forbiddenCharacters_data();
+    void forbiddenCharacters();
+
+private:
+    struct Session {
+        VirtualBoard board;
+        std::unique_ptr<MorvexWindow> window;
+    };
+    Session *session(int family);
+
+    SettingsSandbox sandbox;
+    QTemporaryDir local;
+    std::unique_ptr<Session> sessions[2];
+};
+
+void tst_Transfer::initTestCase()
+{
+    QVERIFY(local.isValid());
+}
+
+void tst_Transfer::cleanupTestCase()
+{
+    for (auto &s : sessions)
+        s.reset();
+}
+
+tst_Transfer::Session *tst_Transfer::session(int family)
+{
+    auto &s = sessions[family];
+    if (s && s->window && MorvexWindowProbe::port(*s->window).isOpen())
+        return s.get();
+    s.reset(new Session);
+    if (!s->board.start({QStringLiteral("--family"), family ? QStringLiteral("esp32") : QStringLiteral("stm32")}))
+        return nullptr;
+    s->window.reset(new MorvexWindow);
+    if (!connectBoard(*s->window, s->board, family))
+        return nullptr;
+    return s.get();
+}
+
+void tst_Transfer::roundTrip_data()
+{
+    QTest::addColumn<int>("family");
+    QTest::addColumn<int>("size");
+    QTest::addColumn<int>("chunk");
+
+    for (int family : {0, 1}) {
+        for (int chunk : {32, 512, 1024}) {
+            for (int size : {0, 1, 255, 256, 257, 3000, 65536}) {
+                const QByteArray name = QStringLiteral("%1 %2 bytes chunk %3")
+                                            .arg(family ? QStringLiteral("esp32") : QStringLiteral("stm32"))
+                                            .arg(size)
+                                            .arg(chunk)
+                                            .toLatin1();
+                QTest::newRow(name.constData()) << family << size << chunk;
+            }
+        }
+    }
+}
+
+void tst_Transfer::roundTrip()
+{
+    QFETCH(int, family);
+    QFETCH(int, size);
+    QFETCH(int, chunk);
+    Session *s = session(family);
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
+    QSettings().setValue(QStringLiteral("MC/TransferSize"), chunk);
+
+    const QString name = QStringLiteral("rt_%1_%2.bin").arg(size).arg(chunk);
+    QByteArray data = randomBytes(size, quint32(size * 31 + chunk + family));
+    QBuffer source(&data);
+    QVERIFY(source.open(QIODevice::ReadOnly));
+    QVERIFY(w.uploadData(source, boardPath(family, name)));
+    QCOMPARE(s->board.readFile(name), data);
+    QVERIFY(syslogMessages(w).contains(QStringLiteral("Finished uploading to %1").arg(boardPath(family, name))));
+    QVERIFY(w.findChild<QAction *>("actionUpload")->isEnabled());
+    QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
+
+    const QString localPath = local.filePath(name);
+    QVERIFY(w.downloadToFile(boardPath(family, name), localPath));
+    QVERIFY2(syslogMessages(w).contains(QStringLiteral("Download from %1 completed").arg(boardPath(family, name))),
+             qPrintable(syslogMessages(w).mid(syslogMessages(w).size() - 5).join('\n')));
+    QFile downloaded(localPath);
+    QVERIFY(downloaded.open(QIODevice::ReadOnly));
+    QCOMPARE(downloaded.readAll(), data);
+}
+
+void tst_Transfer::emptyUploadPackets()
+{
+    Session *s = session(0);
+    QVERIFY(s);
+    QSettings().remove(QStringLiteral("MC/TransferSize"));
+    QByteArray empty;
+    QBuffer source(&empty);
+    QVERIFY(source.open(QIODevice::ReadOnly));
+    const int before = s->board.received().size();
+    QVERIFY(s->window->uploadData(source, QStringLiteral("/flash/empty.bin")));
+    const QByteArray sent = s->board.received().mid(before);
+    QVERIFY(sent.contains("_upload('/flash/empty.bin', 512)\x04"));
+    QVERIFY(sent.contains("!0000000000"));
+    QVERIFY(sent.contains("@0000000000"));
+    QVERIFY(sent.endsWith("\x01"));
+    QVERIFY(s->board.exists(QStringLiteral("empty.bin")));
+    QCOMPARE(s->board.readFile(QStringLiteral("empty.bin")).size(), 0);
+}
+
+void tst_Transfer::uploadToMissingDirectory()
+{
+    Session *s = session(0);
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
+    QByteArray data = randomBytes(700, 7);
+    QBuffer source(&data);
+    QVERIFY(source.open(QIODevice::ReadOnly));
+    QVERIFY(!w.uploadData(source, QStringLiteral("/flash/nodir/x.bin")));
+    QCOMPARE(syslogMessages(w).constLast(), QStringLiteral("Transmission error. Aborted"));
+    QVERIFY(!s->board.exists(QStringLiteral("nodir")));
+    // The board actions stay off after a failure; Abort brings the link back.
+    QVERIFY(!w.findChild<QAction *>("actionUpload")->isEnabled());
+    QVERIFY(w.findChild<QAction *>("actionAbort")->isEnabled());
+    w.findChild<QAction *>("actionAbort")->trigger();
+    QVERIFY(waitFor([&] { return w.findChild<QAction *>("actionUpload")->isEnabled(); }, 10000));
+}
+
+void tst_Transfer::checksumMismatch_data()
+{
+    QTest::addColumn<bool>("upload");
+    QTest::newRow("desktop to board") << true;
+    QTest::newRow("board to desktop") << false;
+}
+
+void tst_Transfer::checksumMismatch()
+{
+    QFETCH(bool, upload);
+    VirtualBoard board;
+    QVERIFY(board.start({upload ? QStringLiteral("--corrupt-rx") : QStringLiteral("--corrupt-tx"),
+                         upload ? QStringLiteral("_upload:20") : QStringLiteral("_download:10")}));
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, 0));
+    const QByteArray data = QByteArray("The quick brown fox jumps over the lazy dog. ").repeated(20);
+    if (upload) {
+        QByteArray copy = data;
+        QBuffer source(&copy);
+        QVERIFY(source.open(QIODevice::ReadOnly));
+        QVERIFY(!w.uploadData(source, QStringLiteral("/flash/bad.txt")));
+        const QString last = syslogMessages(w).constLast();
+        // "#4" and the board's text, as hexadecimal digits.
+        QVERIFY2(last.startsWith(QStringLiteral("Invalid reply 2334")) && last.endsWith(QStringLiteral(". Aborted")),
+                 qPrintable(last));
+    } else {
+        QVERIFY(board.writeFile(QStringLiteral("good.txt"), data));
+        QVERIFY(w.downloadToFile(QStringLiteral("/flash/good.txt"), local.filePath(QStringLiteral("good.txt"))));
+        const QStringList mismatch = syslogMessages(w).filter(QStringLiteral("File downloaded with errors!! (checksum mismatch "));
+        QCOMPARE(mismatch.size(), 1);
+        QVERIFY(!mismatch.constFirst().endsWith(QLatin1Char(')')));
+    }
+}
+
+void tst_Transfer::boardVanishesDuringUpload()
+{
+    VirtualBoard board;
+    QVERIFY(board.start({QStringLiteral("--drop-after"), QStringLiteral("6000")}));
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, 0));
+    QByteArray data = randomBytes(20000, 3);
+    QBuffer source(&data);
+    QVERIFY(source.open(QIODevice::ReadOnly));
+    QVERIFY(!w.uploadData(source, QStringLiteral("/flash/big.bin")));
+    QVERIFY(syslogMessages(w).contains(QStringLiteral("Connection closed")));
+    QVERIFY(syslogMessages(w).contains(QStringLiteral("Transmission error. Aborted")));
+    QVERIFY(!MorvexWindowProbe::port(w).isOpen());
+    QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
+    QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
+}
+
+void tst_Transfer::downloadMissingFile()
+{
+    Session *s = session(1);
+    QVERIFY(s);
+    QVERIFY(s->window->downloadToFile(QStringLiteral("/nothere.bin"), local.filePath(QStringLiteral("nothere.bin"))));
+    QCOMPARE(syslogMessages(*s->window).filter(QStringLiteral("Transmission error: ")).size(), 1);
+    QVERIFY(syslogMessages(*s->window).filter(QStringLiteral("Transmission error: ")).constFirst().contains(QStringLiteral("ENOENT")));
+}
+
+void tst_Transfer::downloadOverwriteQuestion_data()
+{
+    QTest::addColumn<bool>("yes");
+    QTest::newRow("overwrite") << true;
+    QTest::newRow("keep") << false;
+}
+
+void tst_Transfer::downloadOverwriteQuestion()
+{
+    QFETCH(bool, yes);
+    Session *s = session(0);
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
+    QVERIFY(s->board.writeFile(QStringLiteral("dl.txt"), "board content"));
+    w.setPcFolder(local.path());
+    w.changeBoardDir(QStringLiteral("/flash"));
+    QFile existing(local.filePath(QStringLiteral("dl.txt")));
+    QVERIFY(existing.open(QIODevice::WriteOnly));
+    existing.write("local content");
+    existing.close();
+
+    MCDirModel &model = MorvexWindowProbe::mcModel(w);
+    QModelIndex row;
+    for (int i = 0; i < model.rowCount(); ++i) {
+        if (model.fileName(model.index(i, 0)) == QLatin1String("dl.txt"))
+            row = model.index(i, 0);
+    }
+    QVERIFY(row.isValid());
+    const int before = s->board.received().size();
+    QScopedPointer<DialogAnswerer> answer(DialogAnswerer::messageBox(yes ? QMessageBox::Yes : QMessageBox::No));
+    w.downloadEntry(row);
+    QCOMPARE(answer->answered(), 1);
+    QCOMPARE(answer->texts().value(0), QStringLiteral("File %1 exists. Overwrite?").arg(local.filePath(QStringLiteral("dl.txt"))));
+    QVERIFY(existing.open(QIODevice::ReadOnly));
+    QCOMPARE(existing.readAll(), yes ? QByteArray("board content") : QByteArray("local content"));
+    if (!yes)
+        QCOMPARE(s->board.received().size(), before);
+}
+
+void tst_Transfer::forbiddenCharacters_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<bool>("allowed");
+
+    QTest::newRow("plain") << "/flash/ok_name-1.txt" << true;
+    QTest::newRow("colon") << "/flash/a:b.txt" << false;
+    QTest::newRow("non-ascii") << QStringLiteral("/flash/\u00e9.txt") << false;
+    QTest::newRow("backslash") << "/flash/a\\b.txt" << false;
+    QTest::newRow("question mark") << "/flash/a?.txt" << false;
+    QTest::newRow("greater than") << "/flash/a>.txt" << false;
+    QTest::newRow("tab") << "/flash/a\tb.txt" << false;
+}
+
+void tst_Transfer::forbiddenCharacters()
+{
+    QFETCH(QString, target);
+    QFETCH(bool, allowed);
+    Session *s = session(0);
+    QVERIFY(s);
+    const QString localFile = local.filePath(QStringLiteral("chars.txt"));
+    QFile file(localFile);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("abc");
+    file.close();
+    const int before = s->board.received().size();
+    QCOMPARE(s->window->uploadFile(localFile, target), allowed);
+    if (!allowed) {
+        QVERIFY(syslogMessages(*s->window).constLast().startsWith(QStringLiteral("Cannot upload - forbidden character ")));
+        QCOMPARE(s->board.received().size(), before);
+    }
+}
+
+QTEST_MAIN(tst_Transfer)
+#include "tst_transfer.moc"
