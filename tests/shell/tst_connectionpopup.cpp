@@ -1,14 +1,11 @@
 #include "connectionpopup.h"
-#include "serialports.h"
 #include "testsupport.h"
 
 #include <QComboBox>
-#include <QFile>
 #include <QSerialPort>
 #include <QSerialPortInfo>
 #include <QSettings>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QToolButton>
 #include <QtTest>
 
@@ -19,43 +16,29 @@ class TestConnectionPopup : public QObject
 private slots:
     void initTestCase();
     void init();
-    void cleanup();
-
-    void isAParentlessPopup();
     void load_data();
     void load();
     void noPortsDisablesApply();
-    void applyAcceptsAndStores_data();
-    void applyAcceptsAndStores();
+    void applyStoresWhatIsShown();
     void dismissLeavesStoreUntouched_data();
     void dismissLeavesStoreUntouched();
-    void configure_data();
     void configure();
 
 private:
-    QComboBox *combo(ConnectionPopup &popup, const char *name);
-    QToolButton *applyButton(ConnectionPopup &popup);
-    QString fakePort(int index) const;
+    static QComboBox *combo(ConnectionPopup &popup, const char *name)
+    {
+        return popup.findChild<QComboBox *>(QLatin1String(name));
+    }
+    static QToolButton *applyButton(ConnectionPopup &popup)
+    {
+        return popup.findChild<QToolButton *>(QStringLiteral("applyButton"));
+    }
+    QString fakePort(int index) const { return portsDir.filePath(QStringLiteral("tty%1").arg(index)); }
 
     SettingsSandbox sandbox;
     QTemporaryDir portsDir;
     QStringList systemPorts;
 };
-
-QComboBox *TestConnectionPopup::combo(ConnectionPopup &popup, const char *name)
-{
-    return popup.findChild<QComboBox *>(QLatin1String(name));
-}
-
-QToolButton *TestConnectionPopup::applyButton(ConnectionPopup &popup)
-{
-    return popup.findChild<QToolButton *>(QStringLiteral("applyButton"));
-}
-
-QString TestConnectionPopup::fakePort(int index) const
-{
-    return portsDir.filePath(QStringLiteral("tty%1").arg(index));
-}
 
 void TestConnectionPopup::initTestCase()
 {
@@ -66,85 +49,51 @@ void TestConnectionPopup::initTestCase()
     }
     for (const QSerialPortInfo &info : QSerialPortInfo::availablePorts())
         systemPorts << info.portName();
+    // The third path does not exist and must not be offered.
+    qputenv("MORVEX_EXTRA_PORTS", QStringList({fakePort(0), fakePort(1), fakePort(2)}).join(QLatin1Char(':')).toLocal8Bit());
 }
 
 void TestConnectionPopup::init()
 {
     sandbox.clear();
-    // The third path does not exist and must not be offered.
-    qputenv("MORVEX_EXTRA_PORTS",
-             QStringList{fakePort(0), fakePort(1), portsDir.filePath(QStringLiteral("gone"))}
-                 .join(QLatin1Char(':')).toLocal8Bit());
-}
-
-void TestConnectionPopup::cleanup()
-{
-    qunsetenv("MORVEX_EXTRA_PORTS");
-}
-
-void TestConnectionPopup::isAParentlessPopup()
-{
-    ConnectionPopup popup;
-    QCOMPARE(popup.parentWidget(), nullptr);
-    QCOMPARE(popup.windowType(), Qt::Popup);
-    QCOMPARE(popup.size(), QSize(407, 58));
-    QVERIFY(!applyButton(popup)->icon().isNull());
-    QVERIFY(!popup.accepted());
-    QCOMPARE(combo(popup, "mcCombo")->count(), 2);
-    QCOMPARE(combo(popup, "baudCombo")->count(), 7);
 }
 
 void TestConnectionPopup::load_data()
 {
-    QTest::addColumn<QVariant>("storedMc");
-    QTest::addColumn<QVariant>("storedBaud");
-    QTest::addColumn<QVariant>("storedPort"); // an int picks a fake port
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("stored");
     QTest::addColumn<int>("mc");
     QTest::addColumn<QString>("baud");
-    QTest::addColumn<int>("port"); // -1: the first port listed
+    QTest::addColumn<int>("port"); // index into the fake ports, -1: the first port listed
 
-    const QVariant none;
-    QTest::newRow("empty store") << none << none << none << 0 << "115200" << -1;
-    QTest::newRow("ESP32") << QVariant(1) << none << none << 1 << "115200" << -1;
-    QTest::newRow("MC out of range") << QVariant(5) << none << none << 0 << "115200" << -1;
-    QTest::newRow("MC just past the end") << QVariant(2) << none << none << 0 << "115200" << -1;
-    QTest::newRow("MC negative") << QVariant(-1) << none << none << 0 << "115200" << -1;
-    QTest::newRow("baud remembered") << none << QVariant("460800") << none << 0 << "460800" << -1;
-    QTest::newRow("baud not in list") << none << QVariant("12345") << none << 0 << "9600" << -1;
-    QTest::newRow("port remembered") << none << none << QVariant(1) << 0 << "115200" << 1;
-    QTest::newRow("remembered port gone") << none << none << QVariant("/dev/ttyGone") << 0 << "115200" << -1;
+    QTest::newRow("empty store") << "" << QVariant() << 0 << "115200" << -1;
+    QTest::newRow("ESP32") << "UI/MC" << QVariant(1) << 1 << "115200" << -1;
+    QTest::newRow("MC out of range") << "UI/MC" << QVariant(5) << 0 << "115200" << -1;
+    QTest::newRow("MC just past the end") << "UI/MC" << QVariant(2) << 0 << "115200" << -1;
+    QTest::newRow("baud remembered") << "UI/Baud" << QVariant("460800") << 0 << "460800" << -1;
+    QTest::newRow("baud not in list") << "UI/Baud" << QVariant("12345") << 0 << "9600" << -1;
+    QTest::newRow("port remembered") << "UI/Port" << QVariant(fakePort(1)) << 0 << "115200" << 1;
+    QTest::newRow("remembered port gone") << "UI/Port" << QVariant(fakePort(2)) << 0 << "115200" << -1;
 }
 
 void TestConnectionPopup::load()
 {
-    QFETCH(QVariant, storedMc);
-    QFETCH(QVariant, storedBaud);
-    QFETCH(QVariant, storedPort);
+    QFETCH(QString, key);
+    QFETCH(QVariant, stored);
     QFETCH(int, mc);
     QFETCH(QString, baud);
     QFETCH(int, port);
 
-    {
-        QSettings settings;
-        if (storedMc.isValid())
-            settings.setValue(QStringLiteral("UI/MC"), storedMc);
-        if (storedBaud.isValid())
-            settings.setValue(QStringLiteral("UI/Baud"), storedBaud);
-        if (storedPort.type() == QVariant::Int)
-            settings.setValue(QStringLiteral("UI/Port"), fakePort(storedPort.toInt()));
-        else if (storedPort.isValid())
-            settings.setValue(QStringLiteral("UI/Port"), storedPort);
-    }
-
+    if (!key.isEmpty())
+        QSettings().setValue(key, stored);
     ConnectionPopup popup;
+    QCOMPARE(popup.windowType(), Qt::Popup);
     popup.load();
 
-    QComboBox *ports = combo(popup, "portsCombo");
     QStringList listed;
-    for (int i = 0; i < ports->count(); ++i)
-        listed << ports->itemText(i);
+    for (int i = 0; i < combo(popup, "portsCombo")->count(); ++i)
+        listed << combo(popup, "portsCombo")->itemText(i);
     QCOMPARE(listed, systemPorts + QStringList({fakePort(0), fakePort(1)}));
-
     QCOMPARE(popup.boardType(), mc);
     QCOMPARE(combo(popup, "baudCombo")->currentText(), baud);
     QCOMPARE(popup.portName(), port < 0 ? listed.first() : fakePort(port));
@@ -155,71 +104,46 @@ void TestConnectionPopup::noPortsDisablesApply()
 {
     if (!systemPorts.isEmpty())
         QSKIP("this machine has serial ports of its own");
-    qputenv("MORVEX_EXTRA_PORTS", portsDir.filePath(QStringLiteral("gone")).toLocal8Bit());
+    const QByteArray extra = qgetenv("MORVEX_EXTRA_PORTS");
+    qputenv("MORVEX_EXTRA_PORTS", fakePort(2).toLocal8Bit());
     QSettings().setValue(QStringLiteral("UI/Port"), fakePort(0));
 
     ConnectionPopup popup;
     popup.load();
+    qputenv("MORVEX_EXTRA_PORTS", extra);
     QCOMPARE(combo(popup, "portsCombo")->count(), 0);
     QVERIFY(!applyButton(popup)->isEnabled());
-
     // With nothing listed the remembered port survives a save.
     popup.save();
     QCOMPARE(QSettings().value(QStringLiteral("UI/Port")).toString(), fakePort(0));
 }
 
-void TestConnectionPopup::applyAcceptsAndStores_data()
+void TestConnectionPopup::applyStoresWhatIsShown()
 {
-    QTest::addColumn<QString>("storedPort");
-    QTest::addColumn<int>("chooseMc");
-    QTest::addColumn<QString>("chooseBaud");
-    QTest::addColumn<int>("choosePort"); // -1: keep what load selected
-    QTest::addColumn<QString>("expectedPort"); // empty: the first port listed
-
-    QTest::newRow("choices changed") << QString() << 1 << "57600" << 1 << fakePort(1);
-    QTest::newRow("remembered port gone stores the first") << "/dev/ttyGone" << 0 << "115200" << -1 << QString();
-}
-
-void TestConnectionPopup::applyAcceptsAndStores()
-{
-    QFETCH(QString, storedPort);
-    QFETCH(int, chooseMc);
-    QFETCH(QString, chooseBaud);
-    QFETCH(int, choosePort);
-    QFETCH(QString, expectedPort);
-
-    if (!storedPort.isEmpty())
-        QSettings().setValue(QStringLiteral("UI/Port"), storedPort);
+    QSettings().setValue(QStringLiteral("UI/Port"), fakePort(2)); // gone: the first port is shown
 
     ConnectionPopup popup;
     QSignalSpy done(&popup, &ConnectionPopup::done);
     QVERIFY(done.isValid());
     popup.load();
     popup.show();
-    combo(popup, "mcCombo")->setCurrentIndex(chooseMc);
-    combo(popup, "baudCombo")->setCurrentText(chooseBaud);
-    if (choosePort >= 0)
-        combo(popup, "portsCombo")->setCurrentText(fakePort(choosePort));
-
+    combo(popup, "mcCombo")->setCurrentIndex(1);
+    combo(popup, "baudCombo")->setCurrentText(QStringLiteral("57600"));
     QTest::mouseClick(applyButton(popup), Qt::LeftButton);
+
     QCOMPARE(done.count(), 1);
     QVERIFY(popup.accepted());
     QVERIFY(!popup.isVisible());
-
-    const QString port = expectedPort.isEmpty() ? combo(popup, "portsCombo")->itemText(0) : expectedPort;
-    QCOMPARE(popup.portName(), port);
-    QCOMPARE(popup.boardType(), chooseMc);
     popup.save();
     QSettings settings;
-    QCOMPARE(settings.value(QStringLiteral("UI/MC")).toInt(), chooseMc);
-    QCOMPARE(settings.value(QStringLiteral("UI/Baud")).toString(), chooseBaud);
-    QCOMPARE(settings.value(QStringLiteral("UI/Port")).toString(), port);
+    QCOMPARE(settings.value(QStringLiteral("UI/MC")).toInt(), 1);
+    QCOMPARE(settings.value(QStringLiteral("UI/Baud")).toString(), QStringLiteral("57600"));
+    QCOMPARE(settings.value(QStringLiteral("UI/Port")).toString(), combo(popup, "portsCombo")->itemText(0));
 }
 
 void TestConnectionPopup::dismissLeavesStoreUntouched_data()
 {
     QTest::addColumn<bool>("byEscape");
-
     QTest::newRow("escape") << true;
     QTest::newRow("click outside") << false;
 }
@@ -228,13 +152,7 @@ void TestConnectionPopup::dismissLeavesStoreUntouched()
 {
     QFETCH(bool, byEscape);
 
-    {
-        QSettings settings;
-        settings.setValue(QStringLiteral("UI/MC"), 0);
-        settings.setValue(QStringLiteral("UI/Baud"), QStringLiteral("9600"));
-        settings.setValue(QStringLiteral("UI/Port"), fakePort(0));
-    }
-
+    QSettings().setValue(QStringLiteral("UI/Port"), fakePort(0));
     ConnectionPopup popup;
     QSignalSpy done(&popup, &ConnectionPopup::done);
     QVERIFY(done.isValid());
@@ -242,9 +160,7 @@ void TestConnectionPopup::dismissLeavesStoreUntouched()
     popup.show();
     QVERIFY(QTest::qWaitForWindowExposed(&popup));
     combo(popup, "mcCombo")->setCurrentIndex(1);
-    combo(popup, "baudCombo")->setCurrentText(QStringLiteral("460800"));
     combo(popup, "portsCombo")->setCurrentText(fakePort(1));
-
     if (byEscape)
         QTest::keyClick(combo(popup, "mcCombo"), Qt::Key_Escape);
     else
@@ -254,27 +170,16 @@ void TestConnectionPopup::dismissLeavesStoreUntouched()
     QVERIFY(!popup.isVisible());
     QVERIFY(!popup.accepted());
     QSettings settings;
-    QCOMPARE(settings.value(QStringLiteral("UI/MC")).toInt(), 0);
-    QCOMPARE(settings.value(QStringLiteral("UI/Baud")).toString(), QStringLiteral("9600"));
+    QCOMPARE(settings.allKeys(), QStringList{QStringLiteral("UI/Port")});
     QCOMPARE(settings.value(QStringLiteral("UI/Port")).toString(), fakePort(0));
-}
-
-void TestConnectionPopup::configure_data()
-{
-    QTest::addColumn<QString>("baud");
-
-    for (const char *baud : {"9600", "115200", "460800"})
-        QTest::newRow(baud) << QString::fromLatin1(baud);
 }
 
 void TestConnectionPopup::configure()
 {
-    QFETCH(QString, baud);
-
     ConnectionPopup popup;
     popup.load();
     combo(popup, "portsCombo")->setCurrentText(fakePort(1));
-    combo(popup, "baudCombo")->setCurrentText(baud);
+    combo(popup, "baudCombo")->setCurrentText(QStringLiteral("460800"));
 
     QSerialPort port;
     port.setParity(QSerialPort::EvenParity);
@@ -286,8 +191,8 @@ void TestConnectionPopup::configure()
 
     QCOMPARE(port.portName(), fakePort(1));
     QCOMPARE(serial, QString()); // extra ports have no serial number
-    QCOMPARE(port.baudRate(QSerialPort::Input), baud.toInt());
-    QCOMPARE(port.baudRate(QSerialPort::Output), baud.toInt());
+    QCOMPARE(port.baudRate(QSerialPort::Input), 460800);
+    QCOMPARE(port.baudRate(QSerialPort::Output), 460800);
     QCOMPARE(port.parity(), QSerialPort::NoParity);
     QCOMPARE(port.stopBits(), QSerialPort::OneStop);
     QCOMPARE(port.dataBits(), QSerialPort::Data8);

@@ -35,7 +35,6 @@ private slots:
     void fillLanguageCombo();
     void installTranslators_data();
     void installTranslators();
-    void installTranslatorsReadsDefaultStore();
 
 private:
     SettingsSandbox sandbox;
@@ -57,7 +56,6 @@ void TestTranslations::settleLanguage_data()
     const QString number = systemLanguageNumber();
     QTest::newRow("empty store gets the system language") << QStringList{} << absent << number << false;
     QTest::newRow("stored value kept") << QStringList{} << "de_DE" << "de_DE" << false;
-    QTest::newRow("stored empty kept") << QStringList{} << "" << "" << false;
     QTest::newRow("--lang stored") << QStringList{"--lang", "ru_RU"} << "de_DE" << "ru_RU" << false;
     QTest::newRow("-l stored") << QStringList{"-l", "ru_RU"} << absent << "ru_RU" << false;
     QTest::newRow("--reset") << QStringList{"--reset"} << "de_DE" << number << true;
@@ -142,49 +140,39 @@ void TestTranslations::fillLanguageCombo()
 void TestTranslations::installTranslators_data()
 {
     QTest::addColumn<QString>("language");
+    QTest::addColumn<bool>("passStore"); // false: the default store is read
     QTest::addColumn<bool>("appCatalogue");
 
-    QTest::newRow("ru_RU") << "ru_RU" << true;
-    QTest::newRow("ru alone") << "ru" << true;
-    QTest::newRow("en_US has no catalogue") << "en_US" << false;
-    QTest::newRow("a language number") << systemLanguageNumber() << false;
+    QTest::newRow("ru_RU") << "ru_RU" << true << true;
+    QTest::newRow("ru_RU from the default store") << "ru_RU" << false << true;
+    QTest::newRow("ru alone") << "ru" << true << true;
+    QTest::newRow("en_US has no catalogue") << "en_US" << true << false;
+    QTest::newRow("a language number") << systemLanguageNumber() << true << false;
 }
 
 void TestTranslations::installTranslators()
 {
     QFETCH(QString, language);
+    QFETCH(bool, passStore);
     QFETCH(bool, appCatalogue);
 
     QSettings settings;
     settings.setValue(languageKey, language);
+    settings.sync();
     const QList<QTranslator *> translators =
-        ::installTranslators(*qApp, &settings, QStringLiteral("lang"));
+        ::installTranslators(*qApp, passStore ? &settings : nullptr, QStringLiteral("lang"));
 
     QStringList files;
-    for (QTranslator *translator : translators)
+    for (QTranslator *translator : translators) {
         files << translator->filePath();
+        QVERIFY(QCoreApplication::removeTranslator(translator));
+        delete translator;
+    }
     const QString catalogue = QStringLiteral(":/lang/Morvex_ru_RU.qm");
     QCOMPARE(files.contains(catalogue), appCatalogue);
     // The application's catalogue comes last, so it is searched first.
     if (appCatalogue)
         QCOMPARE(files.last(), catalogue);
-
-    for (QTranslator *translator : translators) {
-        QVERIFY(QCoreApplication::removeTranslator(translator));
-        delete translator;
-    }
-}
-
-void TestTranslations::installTranslatorsReadsDefaultStore()
-{
-    QSettings().setValue(languageKey, QStringLiteral("ru_RU"));
-    const QList<QTranslator *> translators = ::installTranslators(*qApp, nullptr, QStringLiteral("lang"));
-    QVERIFY(!translators.isEmpty());
-    QCOMPARE(translators.last()->filePath(), QStringLiteral(":/lang/Morvex_ru_RU.qm"));
-    for (QTranslator *translator : translators) {
-        QCoreApplication::removeTranslator(translator);
-        delete translator;
-    }
 }
 
 QTEST_MAIN(TestTranslations)
