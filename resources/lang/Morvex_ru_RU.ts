@@ -1,4 +1,604 @@
 <?xml version="1.0" encoding="utf-8"?>
 <!DOCTYPE TS>
 <TS version="2.1" language="ru_RU">
+<context>
+    <name>ConnectionPopup</name>
+    <message>
+        <source>Frame</source>
+        <translation>Рамка</translation>
+    </message>
+</context>
+<context>
+    <name>MCDirModel</name>
+    <message>
+        <source>Name</source>
+        <translation>Имя</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>Размер</translation>
+    </message>
+</context>
+<context>
+    <name>MorvexWindow</name>
+    <message>
+        <source>Morvex</source>
+        <translation>Morvex</translation>
+    </message>
+    <message>
+        <source>File System</source>
+        <translation>Файловая система</translation>
+    </message>
+    <message>
+        <source>&lt;html&gt;&lt;head/&gt;&lt;body&gt;&lt;p&gt;Select a directory (PC)&lt;/p&gt;&lt;/body&gt;&lt;/html&gt;</source>
+        <translation>&lt;html&gt;&lt;head/&gt;&lt;body&gt;&lt;p&gt;Выбрать папку (ПК)&lt;/p&gt;&lt;/body&gt;&lt;/html&gt;</translation>
+    </message>
+    <message>
+        <source>...</source>
+        <translation>...</translation>
+    </message>
+    <message>
+        <source>&lt;html&gt;&lt;head/&gt;&lt;body&gt;&lt;p&gt;Goto parent directory (PC)&lt;/p&gt;&lt;/body&gt;&lt;/html&gt;</source>
+        <translation>&lt;html&gt;&lt;head/&gt;&lt;body&gt;&lt;p&gt;Перейти в родительскую папку (ПК)&lt;/p&gt;&lt;/body&gt;&lt;/html&gt;</translation>
+    </message>
+    <message>
+        <source>Terminal</source>
+        <translation>Терминал</translation>
+    </message>
+    <message>
+        <source>Syslog</source>
+        <translation>Журнал</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>Файл</translation>
+    </message>
+    <message>
+        <source>Save Log</source>
+        <translation>Сохранить журнал</translation>
+    </message>
+    <message>
+        <source>Edit</source>
+        <translation>Правка</translation>
+    </message>
+    <message>
+        <source>Help</source>
+        <translation>Справка</translation>
+    </message>
+    <message>
+        <source>Connection</source>
+        <translation>Соединение</translation>
+    </message>
+    <message>
+        <source>Actions</source>
+        <translation>Действия</translation>
+    </message>
+    <message>
+        <source>Exit</source>
+        <translation>Выход</translation>
+    </message>
+    <message>
+        <source>Ctrl+Q</source>
+        <translation>Ctrl+Q</translation>
+    </message>
+    <message>
+        <source>About</source>
+        <translation>О программе</translation>
+    </message>
+    <message>
+        <source>Upload</source>
+        <translation>Загрузить</translation>
+    </message>
+    <message>
+        <source>Upload the selected file</source>
+        <translation>Загрузить выбранный файл</translation>
+    </message>
+    <message>
+        <source>Ctrl+U</source>
+        <translation>Ctrl+U</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>Скачать</translation>
+    </message>
+    <message>
+        <source>Download a file from the MC</source>
+        <translation>Скачать файл с МК</translation>
+    </message>
+    <message>
+        <source>Ctrl+D</source>
+        <translation>Ctrl+D</translation>
+    </message>
+    <message>
+        <source>Sync</source>
+        <translation>Синхронизация</translation>
+    </message>
+    <message>
+        <source>Sync files between the PC and the MC</source>
+        <translation>Синхронизировать файлы между ПК и МК</translation>
+    </message>
+    <message>
+        <source>Abort</source>
+        <translation>Прервать</translation>
+    </message>
+    <message>
+        <source>Stop the virtual machine</source>
+        <translation>Остановить виртуальную машину</translation>
+    </message>
+    <message>
+        <source>Ctrl+X</source>
+        <translation>Ctrl+X</translation>
+    </message>
+    <message>
+        <source>Reset</source>
+        <translation>Сброс</translation>
+    </message>
+    <message>
+        <source>Reset the MC</source>
+        <translation>Перезагрузить МК</translation>
+    </message>
+    <message>
+        <source>Ctrl+Z</source>
+        <translation>Ctrl+Z</translation>
+    </message>
+    <message>
+        <source>DFU</source>
+        <translation>DFU</translation>
+    </message>
+    <message>
+        <source>Put the MC into the DFU mode</source>
+        <translation>Перевести МК в режим DFU</translation>
+    </message>
+    <message>
+        <source>Remove</source>
+        <translation>Удалить</translation>
+    </message>
+    <message>
+        <source>Remove a file from the MC</source>
+        <translation>Удалить файл с МК</translation>
+    </message>
+    <message>
+        <source>Edit a MC file</source>
+        <translation>Редактировать файл МК</translation>
+    </message>
+    <message>
+        <source>Ctrl+E</source>
+        <translation>Ctrl+E</translation>
+    </message>
+    <message>
+        <source>Preferences</source>
+        <translation>Настройки</translation>
+    </message>
+    <message>
+        <source>Upload Package</source>
+        <translation>Загрузить пакет</translation>
+    </message>
+    <message>
+        <source>Upload a package to the MC</source>
+        <translation>Загрузить пакет на МК</translation>
+    </message>
+    <message>
+        <source>New Directory</source>
+        <translation>Новая папка</translation>
+    </message>
+    <message>
+        <source>Create a new directory in the MC flash</source>
+        <translation>Создать папку во флеш-памяти МК</translation>
+    </message>
+    <message>
+        <source>Ctrl+Shift+N</source>
+        <translation>Ctrl+Shift+N</translation>
+    </message>
+    <message>
+        <source>New File</source>
+        <translation>Новый файл</translation>
+    </message>
+    <message>
+        <source>Create a new file in the MC flash</source>
+        <translation>Создать файл во флеш-памяти МК</translation>
+    </message>
+    <message>
+        <source>Ctrl+N</source>
+        <translation>Ctrl+N</translation>
+    </message>
+    <message>
+        <source>Launch</source>
+        <translation>Запуск</translation>
+    </message>
+    <message>
+        <source>Launch the virtual machine</source>
+        <translation>Запустить виртуальную машину</translation>
+    </message>
+    <message>
+        <source>Clear Syslog</source>
+        <translation>Очистить журнал</translation>
+    </message>
+    <message>
+        <source>Clear Terminal</source>
+        <translation>Очистить терминал</translation>
+    </message>
+    <message>
+        <source>Connect</source>
+        <translation>Подключить</translation>
+    </message>
+    <message>
+        <source>Connect to a MVX device or disconnect from one</source>
+        <translation>Подключиться к устройству MVX или отключиться от него</translation>
+    </message>
+    <message>
+        <source>Ctrl+O</source>
+        <translation>Ctrl+O</translation>
+    </message>
+    <message>
+        <source>Reset MC</source>
+        <translation>Сброс МК</translation>
+    </message>
+    <message>
+        <source>Reset the MC after establishing a connection</source>
+        <translation>Перезагрузить МК после установки соединения</translation>
+    </message>
+    <message>
+        <source>Ctrl+R</source>
+        <translation>Ctrl+R</translation>
+    </message>
+    <message>
+        <source>Monitor Only</source>
+        <translation>Только мониторинг</translation>
+    </message>
+    <message>
+        <source>Do not stop the virtual machine after establishing a connection</source>
+        <translation>Не останавливать виртуальную машину после установки соединения</translation>
+    </message>
+    <message>
+        <source>Ctrl+M</source>
+        <translation>Ctrl+M</translation>
+    </message>
+    <message>
+        <source>Automatic Reconnect</source>
+        <translation>Автоматическое переподключение</translation>
+    </message>
+    <message>
+        <source>Automatically reconnect if the connection is aborted</source>
+        <translation>Автоматически переподключаться при обрыве соединения</translation>
+    </message>
+    <message>
+        <source>About Qt</source>
+        <translation>О Qt</translation>
+    </message>
+    <message>
+        <source>Check for Updates</source>
+        <translation>Проверить обновления</translation>
+    </message>
+    <message>
+        <source>%1 removed</source>
+        <translation>%1 удалён</translation>
+    </message>
+    <message>
+        <source>Removal error: %1. Aborted</source>
+        <translation>Ошибка удаления: %1. Прервано</translation>
+    </message>
+    <message>
+        <source>Directory creator %1 is missing</source>
+        <translation>Сценарий создания папок %1 не найден</translation>
+    </message>
+    <message>
+        <source>Creating dir %1</source>
+        <translation>Создание папки %1</translation>
+    </message>
+    <message>
+        <source>Directory %1 must be empty in order to be removed</source>
+        <translation>Папка %1 должна быть пустой, чтобы её можно было удалить</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>Имя</translation>
+    </message>
+    <message>
+        <source>A directory with the same name already exists</source>
+        <translation>Папка с таким именем уже существует</translation>
+    </message>
+    <message>
+        <source>MC directory creation failure</source>
+        <translation>Не удалось создать папку на МК</translation>
+    </message>
+    <message>
+        <source>Downloading %1</source>
+        <translation>Скачивание %1</translation>
+    </message>
+    <message>
+        <source>Communication timed out</source>
+        <translation>Истекло время ожидания ответа</translation>
+    </message>
+    <message>
+        <source>Download from %1 completed</source>
+        <translation>Скачивание %1 завершено</translation>
+    </message>
+    <message>
+        <source>File downloaded with errors!! (checksum mismatch %1 vs %2</source>
+        <translation>Файл скачан с ошибками!! (контрольные суммы не совпадают: %1 и %2</translation>
+    </message>
+    <message>
+        <source>Transmission error: %1</source>
+        <translation>Ошибка передачи: %1</translation>
+    </message>
+    <message>
+        <source>Communication error - unexpected data</source>
+        <translation>Ошибка связи - неожиданные данные</translation>
+    </message>
+    <message>
+        <source>Cannot write to %1: %2</source>
+        <translation>Не удаётся записать в %1: %2</translation>
+    </message>
+    <message>
+        <source>Download file</source>
+        <translation>Скачать файл</translation>
+    </message>
+    <message>
+        <source>File %1 exists. Overwrite?</source>
+        <translation>Файл %1 существует. Перезаписать?</translation>
+    </message>
+    <message>
+        <source>Cannot list files - invalid reply</source>
+        <translation>Не удаётся получить список файлов - неверный ответ</translation>
+    </message>
+    <message>
+        <source>Cannot change directory to %1</source>
+        <translation>Не удаётся перейти в папку %1</translation>
+    </message>
+    <message>
+        <source>Package upload is not available yet</source>
+        <translation>Загрузка пакетов пока недоступна</translation>
+    </message>
+    <message>
+        <source>Synchronization is not available yet</source>
+        <translation>Синхронизация пока недоступна</translation>
+    </message>
+    <message>
+        <source>Upload File</source>
+        <translation>Загрузить файл</translation>
+    </message>
+    <message>
+        <source>This is an update package. Do you want to unpack it and upload its contents?</source>
+        <translation>Это пакет обновления. Распаковать его и загрузить содержимое?</translation>
+    </message>
+    <message>
+        <source>Execute this file on the MC instead of uploading?</source>
+        <translation>Выполнить этот файл на МК вместо загрузки?</translation>
+    </message>
+    <message>
+        <source>Keep the subdirectory structure?</source>
+        <translation>Сохранить структуру подпапок?</translation>
+    </message>
+    <message>
+        <source>File&apos;s relative path is %1</source>
+        <translation>Относительный путь файла: %1</translation>
+    </message>
+    <message>
+        <source>If you choose to keep the directory structure, the file will be uploaded to
+%1
+
+If not, it will be uploaded to
+%2</source>
+        <translation>Если сохранить структуру папок, файл будет загружен в
+%1
+
+Если нет, он будет загружен в
+%2</translation>
+    </message>
+    <message>
+        <source>Error while starting the transmission. Aborted</source>
+        <translation>Ошибка при начале передачи. Прервано</translation>
+    </message>
+    <message>
+        <source>No reply for the transmitted data. Aborted</source>
+        <translation>Нет ответа на переданные данные. Прервано</translation>
+    </message>
+    <message>
+        <source>Invalid reply %1. Aborted</source>
+        <translation>Неверный ответ %1. Прервано</translation>
+    </message>
+    <message>
+        <source>Transmission error. Aborted</source>
+        <translation>Ошибка передачи. Прервано</translation>
+    </message>
+    <message>
+        <source>No reply. Aborted</source>
+        <translation>Нет ответа. Прервано</translation>
+    </message>
+    <message>
+        <source>Finalization error (during transmission phase). Aborted</source>
+        <translation>Ошибка завершения (на этапе передачи). Прервано</translation>
+    </message>
+    <message>
+        <source>Finalization error (during reception phase). Aborted</source>
+        <translation>Ошибка завершения (на этапе приёма). Прервано</translation>
+    </message>
+    <message>
+        <source>Finished uploading to %1</source>
+        <translation>Загрузка в %1 завершена</translation>
+    </message>
+    <message>
+        <source>Cannot upload - forbidden character %1 in %2</source>
+        <translation>Загрузка невозможна - недопустимый символ %1 в %2</translation>
+    </message>
+    <message>
+        <source>Start uploading &quot;%1&quot; -&gt; &quot;%2&quot;</source>
+        <translation>Начало загрузки "%1" -&gt; "%2"</translation>
+    </message>
+    <message>
+        <source>Cannot read from %1: %2</source>
+        <translation>Не удаётся прочитать %1: %2</translation>
+    </message>
+    <message>
+        <source>%p% (%v of %m bytes)</source>
+        <translation>%p% (%v из %m байт)</translation>
+    </message>
+    <message>
+        <source>Fatal communication error</source>
+        <translation>Критическая ошибка связи</translation>
+    </message>
+    <message>
+        <source>Connection closed</source>
+        <translation>Соединение закрыто</translation>
+    </message>
+    <message>
+        <source>Reconnecting.... Please wait.</source>
+        <translation>Переподключение.... Пожалуйста, подождите.</translation>
+    </message>
+    <message>
+        <source>System information request failed</source>
+        <translation>Не удалось получить сведения о системе</translation>
+    </message>
+    <message>
+        <source>Connected to micropython board %1 (mod %2), release %3. Core %4 version %5</source>
+        <translation>Подключена плата micropython %1 (модель %2), выпуск %3. Ядро %4, версия %5</translation>
+    </message>
+    <message>
+        <source>Launch failed</source>
+        <translation>Не удалось запустить</translation>
+    </message>
+    <message>
+        <source>Launching...</source>
+        <translation>Запуск...</translation>
+    </message>
+    <message>
+        <source>Restart failed</source>
+        <translation>Не удалось перезагрузить</translation>
+    </message>
+    <message>
+        <source>Resetting...</source>
+        <translation>Перезагрузка...</translation>
+    </message>
+    <message>
+        <source>DFU failed or not supported</source>
+        <translation>DFU не удался или не поддерживается</translation>
+    </message>
+    <message>
+        <source>Stopped</source>
+        <translation>Остановлено</translation>
+    </message>
+    <message>
+        <source>Abort failed</source>
+        <translation>Не удалось прервать</translation>
+    </message>
+    <message>
+        <source>Execution aborted</source>
+        <translation>Выполнение прервано</translation>
+    </message>
+    <message>
+        <source>MC initialization...</source>
+        <translation>Инициализация МК...</translation>
+    </message>
+    <message>
+        <source>REPL init failed</source>
+        <translation>Не удалось запустить REPL</translation>
+    </message>
+    <message>
+        <source>REPL initialized</source>
+        <translation>REPL запущен</translation>
+    </message>
+    <message>
+        <source>Connected to %1</source>
+        <translation>Подключено к %1</translation>
+    </message>
+    <message>
+        <source>Cannot connect to %1: %2</source>
+        <translation>Не удаётся подключиться к %1: %2</translation>
+    </message>
+    <message>
+        <source>Opened connection to %1</source>
+        <translation>Открыто соединение с %1</translation>
+    </message>
+    <message>
+        <source>Connection deferred...</source>
+        <translation>Подключение отложено...</translation>
+    </message>
+    <message>
+        <source>Connection failed - MC is not responding</source>
+        <translation>Не удалось подключиться - МК не отвечает</translation>
+    </message>
+    <message>
+        <source>Reconnect attempt %1 of 10</source>
+        <translation>Попытка переподключения %1 из 10</translation>
+    </message>
+    <message>
+        <source>Reconnecting to %1</source>
+        <translation>Переподключение к %1</translation>
+    </message>
+    <message>
+        <source>Reconnection attempts exhausted</source>
+        <translation>Попытки переподключения исчерпаны</translation>
+    </message>
+    <message>
+        <source>An MC operation is in progress. Abort and quit?</source>
+        <translation>Выполняется операция с МК. Прервать и выйти?</translation>
+    </message>
+    <message>
+        <source>Cannot open %1: %2</source>
+        <translation>Не удаётся открыть %1: %2</translation>
+    </message>
+    <message>
+        <source>Cannot upload script %1</source>
+        <translation>Не удаётся передать сценарий %1</translation>
+    </message>
+    <message>
+        <source>Script %1 executed</source>
+        <translation>Сценарий %1 выполнен</translation>
+    </message>
+    <message>
+        <source>No reply at %1 step</source>
+        <translation>Нет ответа на шаге %1</translation>
+    </message>
+    <message>
+        <source>Editing board files is not available yet</source>
+        <translation>Редактирование файлов платы пока недоступно</translation>
+    </message>
+    <message>
+        <source>Run on the MC</source>
+        <translation>Выполнить на МК</translation>
+    </message>
+    <message>
+        <source>Synchronize</source>
+        <translation>Синхронизировать</translation>
+    </message>
+    <message>
+        <source>Select Directory</source>
+        <translation>Выбор папки</translation>
+    </message>
+    <message>
+        <source>Save Log As</source>
+        <translation>Сохранить журнал как</translation>
+    </message>
+    <message>
+        <source>Log files (*.log)</source>
+        <translation>Файлы журналов (*.log)</translation>
+    </message>
+    <message>
+        <source>Saved to %1</source>
+        <translation>Сохранено в %1</translation>
+    </message>
+    <message>
+        <source>Cannot save to %1: %2</source>
+        <translation>Не удаётся сохранить в %1: %2</translation>
+    </message>
+</context>
+<context>
+    <name>main</name>
+    <message>
+        <source>Halvorn micropython powered boards management utility.</source>
+        <translation>Утилита Halvorn для управления платами с micropython.</translation>
+    </message>
+    <message>
+        <source>Reset all settings to their default value.</source>
+        <translation>Сбросить все настройки к значениям по умолчанию.</translation>
+    </message>
+    <message>
+        <source>Set UI language to &lt;lang&gt;.</source>
+        <translation>Установить язык интерфейса &lt;lang&gt;.</translation>
+    </message>
+    <message>
+        <source>Ignore the system-wide dark theme setting.</source>
+        <translation>Не учитывать системную тёмную тему.</translation>
+    </message>
+</context>
 </TS>
