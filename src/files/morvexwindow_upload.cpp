@@ -92,7 +92,7 @@ bool MorvexWindow::uploadFile(const QString &localPath, const QString &target)
     static const QString forbidden = QStringLiteral("\\?%*:|\"<>");
     for (const QChar c : target) {
         if (c.unicode() < 0x20 || c.unicode() > 0x7E || forbidden.contains(c)) {
-            logLine(tr("Cannot upload - forbidden character %1 in %2").arg(c).arg(target));
+            logLine(tr("Cannot upload - forbidden character %1 in %2").arg(QString(c), target));
             return false;
         }
     }

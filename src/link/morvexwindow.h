@@ -71,7 +71,7 @@ public:
 
     MC_STATE state() const { return mcState; }
 
-    // morvexwindow_settings.cpp (src/shell)
+    // morvexwindow_form.cpp (src/shell)
     void loadWindowState();
     void saveConnectionFlags();
 
@@ -142,6 +142,8 @@ public:
 
     // morvexwindow_panes.cpp (src/shell)
     void setPcFolder(const QString &path);
+
+    // morvexwindow_edit.cpp (src/shell)
     void editBoardFile(const QModelIndex &index);
 
 signals:
@@ -205,6 +207,8 @@ private slots:
     void pcFileListMenu(const QPoint &p);
     void mcFileListMenu(const QPoint &p);
     void on_mcFileList_doubleClicked(const QModelIndex &index);
+
+    // morvexwindow_edit.cpp
     void on_actionEdit_triggered();
     void on_actionNew_File_triggered();
 

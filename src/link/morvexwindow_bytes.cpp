@@ -84,8 +84,6 @@ bool MorvexWindow::transmit(const QByteArray &data)
         // The whole flow control: pause until the board says something, or 100 ms.
         if (sent != 0)
             waitInput(100);
-        if (!port.isOpen())
-            break;
         const int n = qMin(chunk, data.size() - sent);
         if (port.write(data.constData() + sent, n) != n || !port.flush())
             return false;
