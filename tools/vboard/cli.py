@@ -1,0 +1,40 @@
+"""Command line of the virtual board."""
+
+import argparse
+
+
+def _call_spec(text):
+    call, sep, n = text.rpartition(':')
+    if not sep or not call or not n.isdigit() or int(n) < 1:
+        raise argparse.ArgumentTypeError('expected CALL:N with N >= 1, got %r' % text)
+    return call.encode(), int(n)
+
+
+def parse(argv):
+    p = argparse.ArgumentParser(prog='virtual_board.py',
+                                description='A MicroPython board on a pseudo-terminal.')
+    p.add_argument('--fs', required=True, help="host directory holding the board's files")
+    p.add_argument('--link', required=True, help='symlink to create for the pty')
+    p.add_argument('--family', choices=('stm32', 'esp32'), default='stm32')
+    p.add_argument('--identity', choices=('pyboard', 'esp32', 'reference'))
+    p.add_argument('--reset-mode', choices=('usb', 'uart', 'inplace'))
+    p.add_argument('--reset-delay', type=int, default=1000, metavar='MS')
+    p.add_argument('--no-md5', action='store_true')
+    p.add_argument('--no-sizes', action='store_true')
+    p.add_argument('--baud', type=int, default=0)
+    p.add_argument('--drop-after', type=int, metavar='N')
+    p.add_argument('--return-after', type=int, metavar='MS')
+    p.add_argument('--stall-after', type=int, metavar='N')
+    p.add_argument('--stall-ms', type=int, default=3000, metavar='MS')
+    p.add_argument('--noise-after', type=int, metavar='N')
+    p.add_argument('--noise-bytes', type=int, default=16, metavar='K')
+    p.add_argument('--mute-after', type=int, metavar='N')
+    p.add_argument('--corrupt-rx', type=_call_spec, metavar='CALL:N')
+    p.add_argument('--corrupt-tx', type=_call_spec, metavar='CALL:N')
+    p.add_argument('--transcript', metavar='FILE')
+    opts = p.parse_args(argv)
+    if opts.identity is None:
+        opts.identity = 'pyboard' if opts.family == 'stm32' else 'esp32'
+    if opts.reset_mode is None:
+        opts.reset_mode = {'pyboard': 'usb', 'esp32': 'uart', 'reference': 'inplace'}[opts.identity]
+    return opts
