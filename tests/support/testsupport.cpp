@@ -104,8 +104,11 @@ DialogAnswerer *DialogAnswerer::fileName(const QString &path, QObject *parent)
         if (path.isEmpty()) {
             dialog->reject();
         } else {
+            // Qt's own dialog: the name goes into its file name field, as a user would type it.
             dialog->selectFile(path);
-            QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
+            if (auto *edit = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit")))
+                edit->setText(path);
+            QMetaObject::invokeMethod(dialog, "accept", Qt::DirectConnection);
         }
         return true;
     }, parent);
