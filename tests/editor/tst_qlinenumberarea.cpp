@@ -1,0 +1,161 @@
+#include "qcodeeditor.h"
+#include "qlinenumberarea.h"
+#include "qsyntaxstyle.h"
+#include "testsupport.h"
+
+#include <QApplication>
+#include <QAbstractTextDocumentLayout>
+#include <QScrollBar>
+#include <QTest>
+#include <QTextBlock>
+
+class tst_QLineNumberArea : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void widthByDigitCount_data();
+    void widthByDigitCount();
+    void viewportLeavesRoomForGutter();
+    void paintsNumbersInSchemeColours();
+    void firstVisibleBlockFollowsScrolling();
+
+private:
+    SettingsSandbox sandbox;
+};
+
+static QString lines(int count)
+{
+    QStringList list;
+    for (int i = 0; i < count; ++i)
+        list << QStringLiteral("line %1").arg(i + 1);
+    return list.join(QLatin1Char('\n'));
+}
+
+void tst_QLineNumberArea::widthByDigitCount_data()
+{
+    QTest::addColumn<int>("lineCount");
+    QTest::addColumn<int>("digits");
+
+    QTest::newRow("empty document") << 0 << 1;
+    QTest::newRow("one line") << 1 << 1;
+    QTest::newRow("nine lines") << 9 << 1;
+    QTest::newRow("ten lines") << 10 << 2;
+    QTest::newRow("99 lines") << 99 << 2;
+    QTest::newRow("100 lines") << 100 << 3;
+    QTest::newRow("1000 lines") << 1000 << 4;
+}
+
+void tst_QLineNumberArea::widthByDigitCount()
+{
+    QFETCH(int, lineCount);
+    QFETCH(int, digits);
+
+    QCodeEditor editor;
+    editor.setPlainText(lines(lineCount));
+    auto *gutter = editor.findChild<QLineNumberArea *>();
+    QVERIFY(gutter);
+    QCOMPARE(gutter->parentWidget(), &editor);
+
+    const int digitWidth = editor.fontMetrics().horizontalAdvance(QLatin1Char('9'));
+    QVERIFY(digitWidth > 0);
+    QCOMPARE(gutter->sizeHint(), QSize(13 + digits * digitWidth, 0));
+
+    QLineNumberArea orphan(nullptr);
+    QCOMPARE(orphan.sizeHint(), QWidget().sizeHint());
+}
+
+void tst_QLineNumberArea::viewportLeavesRoomForGutter()
+{
+    QCodeEditor editor;
+    editor.resize(300, 200);
+    editor.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&editor));
+    auto *gutter = editor.findChild<QLineNumberArea *>();
+
+    editor.setPlainText(lines(9));
+    QTRY_COMPARE(editor.viewport()->geometry().left() - editor.contentsRect().left(), gutter->sizeHint().width());
+
+    // One more digit widens both the margin and the gutter.
+    editor.setPlainText(lines(10));
+    QTRY_COMPARE(editor.viewport()->geometry().left() - editor.contentsRect().left(), gutter->sizeHint().width());
+    QTRY_COMPARE(gutter->width(), gutter->sizeHint().width());
+    QCOMPARE(gutter->geometry().topLeft(), editor.contentsRect().topLeft());
+    QCOMPARE(gutter->height(), editor.contentsRect().height());
+}
+
+static int countPixels(const QImage &image, const QColor &color, int top, int bottom)
+{
+    int count = 0;
+    for (int y = qMax(0, top); y < qMin(image.height(), bottom); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixelColor(x, y) == color)
+                ++count;
+        }
+    }
+    return count;
+}
+
+void tst_QLineNumberArea::paintsNumbersInSchemeColours()
+{
+    QSyntaxStyle scheme;
+    QVERIFY(scheme.load(QStringLiteral("<style-scheme>"
+                                       "<style name=\"Text\" foreground=\"#000000\" background=\"#ffffff\"/>"
+                                       "<style name=\"LineNumber\" foreground=\"#0000ff\" background=\"#00ff00\"/>"
+                                       "<style name=\"CurrentLineNumber\" foreground=\"#ff0000\"/>"
+                                       "</style-scheme>")));
+
+    QCodeEditor editor;
+    editor.resize(300, 200);
+    editor.setSyntaxStyle(&scheme);
+    editor.setPlainText(lines(3));
+    QTextCursor cursor(editor.document()->findBlockByNumber(1));
+    editor.setTextCursor(cursor);
+    editor.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&editor));
+
+    auto *gutter = editor.findChild<QLineNumberArea *>();
+    const QImage image = gutter->grab().toImage();
+    QVERIFY(!image.isNull());
+
+    const int lineHeight = editor.fontMetrics().height();
+    // The gutter and the viewport share their top edge.
+    const int top = editor.cursorRect(QTextCursor(editor.document()->findBlockByNumber(0))).top();
+
+    // Only the background of "Text" fills the gutter; "LineNumber" gives no fill.
+    QCOMPARE(image.pixelColor(1, image.height() - 2), QColor("#ffffff"));
+    QCOMPARE(countPixels(image, QColor("#00ff00"), 0, image.height()), 0);
+
+    // The cursor's line number in "CurrentLineNumber", the others in "LineNumber".
+    const int rowOf1 = top;
+    const int rowOf2 = top + lineHeight;
+    const int rowOf3 = top + 2 * lineHeight;
+    QVERIFY(countPixels(image, QColor("#0000ff"), rowOf1, rowOf2) > 0);
+    QCOMPARE(countPixels(image, QColor("#ff0000"), rowOf1, rowOf2), 0);
+    QVERIFY(countPixels(image, QColor("#ff0000"), rowOf2, rowOf3) > 0);
+    QCOMPARE(countPixels(image, QColor("#0000ff"), rowOf2, rowOf3), 0);
+    QVERIFY(countPixels(image, QColor("#0000ff"), rowOf3, rowOf3 + lineHeight) > 0);
+}
+
+void tst_QLineNumberArea::firstVisibleBlockFollowsScrolling()
+{
+    QCodeEditor editor;
+    editor.resize(300, 200);
+    editor.setPlainText(lines(200));
+    editor.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&editor));
+
+    QCOMPARE(editor.firstVisibleBlock(), 0);
+
+    QScrollBar *bar = editor.verticalScrollBar();
+    bar->setValue(bar->maximum());
+    const int first = editor.firstVisibleBlock();
+    QVERIFY(first > 100);
+    const QRectF rect = editor.document()->documentLayout()->blockBoundingRect(
+        editor.document()->findBlockByNumber(first));
+    QVERIFY(rect.bottom() > bar->value());
+    QVERIFY(rect.top() <= bar->value());
+}
+
+QTEST_MAIN(tst_QLineNumberArea)
+#include "tst_qlinenumberarea.moc"
