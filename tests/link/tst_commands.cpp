@@ -138,7 +138,7 @@ void tst_Commands::launchWithVanishingPort()
     QVERIFY(connectBoard(w, board, 0));
     action(w, "actionLaunch")->trigger();
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Launching...")));
-    QVERIFY(board.received().contains("import machine; machine.reset()\r\n"));
+    QVERIFY(waitFor([&] { return board.received().contains("import machine; machine.reset()\r\n"); }, 5000));
     // The port comes back as a monitor: the board keeps running.
     QVERIFY2(waitFor([&] { return terminalMessages(w).contains(QStringLiteral("Opened connection to %1").arg(board.portPath())); }, 10000),
              qPrintable(syslogText(w)));
@@ -207,7 +207,7 @@ void tst_Commands::dfu()
     action(w, "actionAutomatic_Reconnect")->setChecked(true);
     QVERIFY(connectBoard(w, board, 0));
     action(w, "actionDFU")->trigger();
-    QVERIFY(board.received().contains("import machine; machine.dfu()\r\n"));
+    QVERIFY(waitFor([&] { return board.received().contains("import machine; machine.dfu()\r\n"); }, 5000));
     QVERIFY(!MorvexWindowProbe::port(w).isOpen());
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Connection closed")));
     QVERIFY(!syslogMessages(w).contains(QStringLiteral("Reconnecting.... Please wait.")));

@@ -238,7 +238,7 @@ void tst_Scripts::gatingWalk()
     QByteArray data(2000, 'z');
     QBuffer source(&data);
     QVERIFY(source.open(QIODevice::ReadOnly));
-    QVERIFY(w.uploadData(source, QStringLiteral("/flash/z.txt")));
+    QVERIFY2(w.uploadData(source, QStringLiteral("/flash/z.txt")), board.transcript().right(3000).constData());
     probe.stop();
     QVERIFY(offDuringUpload);
     QVERIFY(upload->isEnabled());
