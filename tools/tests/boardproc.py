@@ -39,10 +39,11 @@ class Link:
         if left <= 0 or not select.select([self.fd], [], [], left)[0]:
             return False
         try:
-            self.buf += os.read(self.fd, 65536)
+            data = os.read(self.fd, 65536)
         except OSError:
             return False
-        return True
+        self.buf += data
+        return bool(data)  # b'': the board's side of the pty is gone
 
     def read_until(self, token, timeout=5.0):
         deadline = time.monotonic() + timeout

@@ -92,7 +92,7 @@ class Board(ReplMixin):
         self.reset_pending = None
         self.session = None
         self.silent = True
-        self.announced = False
+        self.live_lock = threading.Lock()
         self.main_ident = threading.main_thread().ident
 
     # -- output ------------------------------------------------------------
@@ -102,21 +102,26 @@ class Board(ReplMixin):
 
     def flush(self):
         if self.silent:
-            self._live()
-        if self.obuf:
+            del self.obuf[:]
+        elif self.obuf:
             data = bytes(self.obuf)
             del self.obuf[:]
             self.port.write(data)
 
-    def _live(self):
-        # Output made while booting with nobody on the line goes nowhere: the
-        # board is up once it waits for input or runs code.
-        del self.obuf[:]
-        self.silent = False
-        if not self.announced:
-            self.announced = True
-            sys.stdout.write(self.port.link + '\n')
-            sys.stdout.flush()
+    def go_live(self):
+        """Boot output made before this point went nowhere; now the board is up."""
+        with self.live_lock:
+            if self.silent:
+                self.silent = False
+                sys.stdout.write(self.port.link + '\n')
+                sys.stdout.flush()
+
+    def _idle(self):
+        # About to wait for input: whatever was said so far goes out now.
+        if self.silent:
+            del self.obuf[:]
+            self.go_live()
+        self.flush()
 
     def text(self, s):
         return text_bytes(s)
@@ -175,10 +180,10 @@ class Board(ReplMixin):
                     del q.buf[0]
                     q.space.notify_all()
                     return c
-                if not self.obuf:
+                if not self.obuf and not self.silent:
                     q.ready.wait(0.5)
                     continue
-            self.flush()
+            self._idle()
 
     def take_chunk(self, stops):
         """All bytes up to the first match of stops, and the stop byte (or None)."""
@@ -192,14 +197,14 @@ class Board(ReplMixin):
                         return q.take(len(q.buf)), None
                     data = q.take(m.start() + 1)
                     return data[:-1], data[-1]
-                if not self.obuf:
+                if not self.obuf and not self.silent:
                     q.ready.wait(0.5)
                     continue
-            self.flush()
+            self._idle()
 
     def read_input(self, n):
         """Running code reads n bytes (None: until the line closes, i.e. forever)."""
-        self.flush()
+        self._idle()
         q = self.queue
         out = bytearray()
         with q.lock:
@@ -215,7 +220,7 @@ class Board(ReplMixin):
         return len(self.queue.buf)
 
     def wait_input(self, timeout):
-        self.flush()
+        self._idle()
         q = self.queue
         with q.lock:
             self._pending(True)
@@ -316,13 +321,11 @@ class Board(ReplMixin):
             time.sleep(self.opts.return_after / 1000.0)
             self.queue.clear()
             self.port.open()
-            self.silent = True
         elif self.reset_mode == 'usb':
             self.port.vanish()
             time.sleep(delay)
             self.queue.clear()
             self.port.open()
-            self.silent = True
         elif self.reset_mode == 'uart':
             time.sleep(delay)
             self.queue.clear()
@@ -361,6 +364,8 @@ class Board(ReplMixin):
         signal.signal(signal.SIGINT, self.shutdown)
         self.port.open()
         Reader(self, self.port, self.queue, self.faults, self.opts.baud).start()
+        # A main.py that never waits for input must not keep the port unannounced.
+        threading.Timer(1.0, self.go_live).start()
         kind = 'power'
         while True:
             try:
