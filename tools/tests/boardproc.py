@@ -136,3 +136,45 @@ def to_raw(link):
     link.read_until(b'>>> ')
     link.write(b'\x01')
     link.read_until(b'raw REPL; CTRL-B to exit\r\n>')
+
+
+def raw_run(link, code, timeout=5.0):
+    """Runs code in the raw REPL; returns (stdout, error text)."""
+    link.write(code.encode() if isinstance(code, str) else code)
+    link.write(b'\x04')
+    rec = link.read_until(b'\x04>', timeout)
+    if not rec.startswith(b'OK') or rec.count(b'\x04') < 2:
+        raise AssertionError('not a raw REPL reply: %r' % rec)
+    out, err = rec[2:-2].split(b'\x04', 1)
+    return out, err
+
+
+class SharedBoard:
+    """Mixin for a TestCase class: one board, idle in the raw REPL, for all its tests."""
+
+    board_args = ()
+    board_files = None
+
+    @classmethod
+    def setUpClass(cls):
+        cls.board = VirtualBoard(*cls.board_args, files=cls.board_files)
+        cls.link = cls.board.open()
+        to_raw(cls.link)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.board.close()
+
+    def run_code(self, code):
+        return raw_run(self.link, code)
+
+    def value(self, expr):
+        out, err = self.run_code('import os, sys\nprint(repr(%s))' % expr)
+        self.assertEqual(err, b'', err)
+        return out.rstrip(b'\r\n').decode('utf-8', 'surrogateescape')
+
+    def error(self, code):
+        """The last line of the traceback that code raises."""
+        out, err = self.run_code(code)
+        self.assertTrue(err, 'no error from %r' % code)
+        return err.rstrip(b'\r\n').split(b'\r\n')[-1].decode()

@@ -28,6 +28,9 @@ class MpModule:
         for k, v in members.items():
             setattr(self, k, v)
 
+    def __getattr__(self, name):
+        raise AttributeError("'module' object has no attribute '%s'" % name)
+
     def __repr__(self):
         return "<module '%s'>" % self.__name__
 

@@ -4,6 +4,7 @@ import ast
 import builtins
 import os
 import re
+import sys
 import types
 
 from .errors import BoardSyntaxError, parse_error
@@ -41,7 +42,9 @@ def mp_repr(obj):
 
 
 def mp_dir(*args):
-    if args and isinstance(args[0], MpModule):
+    if not args:
+        return list(sys._getframe(1).f_locals)
+    if isinstance(args[0], MpModule):
         return list(args[0]._mp_dir)
     return builtins.dir(*args)
 
