@@ -96,16 +96,22 @@ class Reader(threading.Thread):
                 allowance -= len(data)
             self.total += len(data)
             self.port.transcript.log('>>', data)
+            # Muting and noise come before the board reacts to the bytes that
+            # crossed the mark, stalls and drops after.
+            self.faults_before()
             self.board.receive(data)
-            self.check_faults()
+            self.faults_after()
 
-    def check_faults(self):
+    def faults_before(self):
         f = self.faults
         if f.mute_after is not None and self.total >= f.mute_after:
             self.port.muted = True
         if f.noise_after is not None and not f.noised and self.total >= f.noise_after:
             f.noised = True
             self.port.write(noise(f.noise_bytes))
+
+    def faults_after(self):
+        f = self.faults
         if f.stall_after is not None and not f.stalled and self.total >= f.stall_after:
             f.stalled = True
             time.sleep(f.stall_ms / 1000.0)

@@ -1,0 +1,154 @@
+"""The command-line contract, the transcript, line speed and injected faults."""
+
+import ast
+import os
+import signal
+import string
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+from .boardproc import SIMULATOR, Link, VirtualBoard, raw_run, to_raw
+
+
+def prompt(link):
+    link.write(b'\x03')
+    link.read_until(b'>>> ')
+
+
+class CommandLine(unittest.TestCase):
+
+    def test_announces_link_and_cleans_up(self):
+        tmp = tempfile.mkdtemp(prefix='vboard-cli-')
+        link = os.path.join(tmp, 'ttyX')
+        os.symlink('/nonexistent', link)  # stale, from a crashed run
+        proc = subprocess.Popen([sys.executable, SIMULATOR, '--fs', os.path.join(tmp, 'fs'), '--link', link],
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        try:
+            self.assertEqual(proc.stdout.readline(), (link + '\n').encode())
+            self.assertTrue(os.readlink(link).startswith('/dev/pts/'))
+            self.assertTrue(os.path.isdir(os.path.join(tmp, 'fs')))
+            host = Link(link)
+            prompt(host)
+            host.close()
+        finally:
+            proc.send_signal(signal.SIGTERM)
+            out, _ = proc.communicate(timeout=5)
+        self.assertEqual(proc.returncode, 0)
+        self.assertEqual(out, b'')  # nothing but the path on stdout
+        self.assertFalse(os.path.lexists(link))
+
+    def test_transcript_holds_both_streams(self):
+        with VirtualBoard() as board:
+            link = board.open()
+            prompt(link)
+            link.write(b'1+1\r')
+            link.read_until(b'2\r\n>>> ')
+            time.sleep(0.05)
+            sent = received = b''
+            with open(board.transcript) as f:
+                for line in f:
+                    arrow, literal = line.rstrip('\n').split(' ', 1)
+                    data = ast.literal_eval(literal)
+                    if arrow == '>>':
+                        sent += data
+                    else:
+                        self.assertEqual(arrow, '<<')
+                        received += data
+            self.assertEqual(sent, b'\x031+1\r')
+            self.assertEqual(received, b'\r\n>>> 1+1\r\n2\r\n>>> ')
+
+    def test_baud_rate_paces_both_directions(self):
+        size = 4800
+        with VirtualBoard('--baud', '38400') as board:
+            link = board.open()
+            to_raw(link)
+            link.write(b'import sys\nd = sys.stdin.buffer.read(%d)\nprint(len(d))\x04' % size)
+            link.read_until(b'OK')
+            start = time.monotonic()
+            link.write(b'u' * size)
+            link.read_until(b'%d\r\n' % size, timeout=10)
+            inbound = time.monotonic() - start
+            link.read_until(b'\x04\x04>')
+            link.write(b"import sys\nsys.stdout.write('v' * %d)\x04" % size)
+            link.read_until(b'OK')
+            start = time.monotonic()
+            link.read_until(b'\x04\x04>', timeout=10)
+            outbound = time.monotonic() - start
+        expected = size * 10 / 38400.0  # 1.25 s
+        for name, took in (('in', inbound), ('out', outbound)):
+            with self.subTest(name):
+                self.assertGreater(took, expected * 0.8)
+                self.assertLess(took, expected * 1.5)
+
+
+class Faults(unittest.TestCase):
+
+    def test_mute_after(self):
+        with VirtualBoard('--mute-after', '5') as board:
+            link = board.open()
+            prompt(link)  # 1 byte
+            link.write(b"1+1\r")  # bytes 2 to 5: the 5th silences the board
+            self.assertEqual(link.drain(0.3), b'')
+
+    def test_noise_after(self):
+        with VirtualBoard('--noise-after', '3', '--noise-bytes', '40') as board:
+            link = board.open()
+            prompt(link)
+            link.write(b'1+1\r')
+            out = link.read_until(b'2\r\n>>> ')
+            noise = out.replace(b'1+1\r\n2\r\n>>> ', b'', 1)
+            self.assertEqual(len(noise), 40, out)
+            self.assertTrue(all(chr(c) in string.printable and c not in b'>\n\r\t\x0b\x0c' for c in noise), noise)
+            link.write(b'2+2\r')  # once only
+            self.assertEqual(link.read_until(b'>>> '), b'2+2\r\n4\r\n>>> ')
+
+    def test_stall_after(self):
+        with VirtualBoard('--stall-after', '3', '--stall-ms', '600') as board:
+            link = board.open()
+            prompt(link)
+            start = time.monotonic()
+            link.write(b'1+1\r')
+            self.assertEqual(link.read_until(b'>>> '), b'1+1\r\n2\r\n>>> ')
+            self.assertGreater(time.monotonic() - start, 0.5)
+
+    def test_drop_after_and_return(self):
+        for extra in ([], ['--return-after', '300']):
+            with self.subTest(extra=extra), VirtualBoard('--drop-after', '3', *extra) as board:
+                link = board.open()
+                prompt(link)
+                link.write(b'x = 1\r')
+                link.drain(0.2)
+                self.assertFalse(os.path.lexists(board.link_path))
+                time.sleep(0.6)
+                self.assertEqual(os.path.lexists(board.link_path), bool(extra))
+                self.assertIsNone(board.proc.poll())
+                if extra:
+                    link = board.link = Link(board.link_path)
+                    prompt(link)
+                    link.write(b'1+1\r')
+                    self.assertEqual(link.read_until(b'>>> '), b'1+1\r\n2\r\n>>> ')
+
+    def test_corruption_hits_one_byte_of_the_first_matching_call(self):
+        code = b'import sys\ndef _up(n):\n    d = sys.stdin.buffer.read(n)\n    sys.stdout.write(d.decode())\n'
+        cases = [
+            # option, data sent, what comes back on each of two calls
+            ('--corrupt-rx', b'aZ9+/', b'aZ0+/'),
+            ('--corrupt-tx', b'aZ9+/', b'aZ0+/'),
+            ('--corrupt-rx', b'ab/cd', b'ab+cd'),
+        ]
+        for option, data, corrupted in cases:
+            nth = [a == b for a, b in zip(data, corrupted)].index(False) + 1
+            with self.subTest(option=option, data=data), VirtualBoard(option, '_up:%d' % nth) as board:
+                link = board.open()
+                to_raw(link)
+                self.assertEqual(raw_run(link, code), (b'', b''))
+                for expected in (corrupted, data):
+                    link.write(b'_up(%d)\x04' % len(data) + data)
+                    self.assertEqual(link.read_until(b'\x04>'), b'OK' + expected + b'\x04\x04>')
+
+
+if __name__ == '__main__':
+    unittest.main()
