@@ -176,7 +176,8 @@ void tst_Transfer::uploadToMissingDirectory()
     w.findChild<QAction *>("actionAbort")->trigger();
     QCOMPARE(syslogMessages(w).constLast(), QStringLiteral("Abort failed"));
     w.findChild<QAction *>("actionReset")->trigger();
-    QVERIFY(waitFor([&] { return w.findChild<QAction *>("actionUpload")->isEnabled(); }, 15000));
+    QVERIFY2(waitFor([&] { return w.findChild<QAction *>("actionUpload")->isEnabled(); }, 15000),
+             qPrintable(syslogMessages(w).mid(syslogMessages(w).size() - 15).join(QLatin1Char('\n'))));
 }
 
 void tst_Transfer::checksumMismatch_data()

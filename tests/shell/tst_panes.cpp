@@ -1,0 +1,230 @@
+// The file panes: the PC folder, the context menus and the double clicks.
+#include "morvexwindowprobe.h"
+#include "testsupport.h"
+#include "virtualboard.h"
+
+#include <QAction>
+#include <QDir>
+#include <QFile>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QMenu>
+#include <QSettings>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+#include <QTreeView>
+
+namespace {
+bool writeLocal(const QString &path, const QByteArray &data)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
+}
+
+QModelIndex boardRow(MorvexWindow &w, const QString &name)
+{
+    MCDirModel &model = MorvexWindowProbe::mcModel(w);
+    for (int i = 0; i < model.rowCount(); ++i) {
+        if (model.fileName(model.index(i, 0)) == name)
+            return model.index(i, 0);
+    }
+    return QModelIndex();
+}
+
+void doubleClick(QAbstractItemView *view, const QModelIndex &index)
+{
+    QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, index));
+}
+} // namespace
+
+class tst_Panes : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { sandbox.clear(); }
+    void pcFolder();
+    void folderTools();
+    void contextMenus_data();
+    void contextMenus();
+    void pcDoubleClick_data();
+    void pcDoubleClick();
+    void boardDoubleClick_data();
+    void boardDoubleClick();
+
+private:
+    SettingsSandbox sandbox;
+};
+
+void tst_Panes::pcFolder()
+{
+    QTemporaryDir dir;
+    QVERIFY(writeLocal(dir.filePath(QStringLiteral("sub/a.txt")), "a"));
+    MorvexWindow w;
+    w.loadWindowState();
+    auto *edit = w.findChild<QLineEdit *>(QStringLiteral("pcFolderEdit"));
+    QCOMPARE(edit->text(), QDir::homePath()); // no "UI/Dir": the home folder
+
+    w.setPcFolder(dir.path());
+    QCOMPARE(QSettings().value(QStringLiteral("UI/Dir")).toString(), dir.path());
+    QCOMPARE(edit->text(), dir.path());
+    QCOMPARE(MorvexWindowProbe::pcModel(w).rootPath(), dir.path());
+
+    // Typing a file's path leaves the pane; each folder prefix moves it.
+    edit->setText(dir.filePath(QStringLiteral("sub/a.txt")));
+    QCOMPARE(MorvexWindowProbe::pcModel(w).rootPath(), dir.path());
+    edit->setText(dir.filePath(QStringLiteral("sub")));
+    QCOMPARE(MorvexWindowProbe::pcModel(w).rootPath(), dir.filePath(QStringLiteral("sub")));
+    QCOMPARE(QSettings().value(QStringLiteral("UI/Dir")).toString(), dir.filePath(QStringLiteral("sub")));
+
+    MorvexWindow again;
+    again.loadWindowState();
+    QCOMPARE(again.findChild<QLineEdit *>(QStringLiteral("pcFolderEdit"))->text(), dir.filePath(QStringLiteral("sub")));
+}
+
+void tst_Panes::folderTools()
+{
+    QTemporaryDir dir;
+    QVERIFY(QDir(dir.path()).mkpath(QStringLiteral("one/two")));
+    MorvexWindow w;
+    w.setState(MorvexWindow::MC_REPL); // the file area is live only with the board at a prompt
+    w.setPcFolder(dir.filePath(QStringLiteral("one/two")));
+    w.findChild<QToolButton *>(QStringLiteral("pcFolderUpTool"))->click();
+    QCOMPARE(MorvexWindowProbe::pcModel(w).rootPath(), dir.filePath(QStringLiteral("one")));
+
+    QScopedPointer<DialogAnswerer> answer(DialogAnswerer::fileName(dir.filePath(QStringLiteral("one/two"))));
+    w.findChild<QToolButton *>(QStringLiteral("pcFolderSelTool"))->click();
+    QCOMPARE(answer->answered(), 1);
+    QCOMPARE(QDir(MorvexWindowProbe::pcModel(w).rootPath()), QDir(dir.filePath(QStringLiteral("one/two"))));
+
+    w.setPcFolder(QStringLiteral("/"));
+    w.findChild<QToolButton *>(QStringLiteral("pcFolderUpTool"))->click();
+    QCOMPARE(MorvexWindowProbe::pcModel(w).rootPath(), QStringLiteral("/"));
+}
+
+void tst_Panes::contextMenus_data()
+{
+    QTest::addColumn<QString>("menu");
+    QTest::addColumn<QStringList>("texts");
+
+    QTest::newRow("pc") << "pc" << QStringList{"Run on the MC", "Upload", "Synchronize"};
+    QTest::newRow("board") << "board" << QStringList{"Edit", "Download", "Remove"};
+}
+
+void tst_Panes::contextMenus()
+{
+    QFETCH(QString, menu);
+    QFETCH(QStringList, texts);
+    MorvexWindow w;
+    // The menus are the window's two QMenu children that are not in the menu bar.
+    QMenu *found = nullptr;
+    const auto menus = w.findChildren<QMenu *>(QString(), Qt::FindDirectChildrenOnly);
+    for (QMenu *candidate : menus) {
+        const auto actions = candidate->actions();
+        if (!actions.isEmpty() && actions.first()->text() == texts.first())
+            found = candidate;
+    }
+    QVERIFY(found);
+    const auto actions = found->actions();
+    QCOMPARE(actions.size(), texts.size());
+    for (int i = 0; i < actions.size(); ++i) {
+        QCOMPARE(actions.at(i)->text(), texts.at(i));
+        QCOMPARE(actions.at(i)->data().toInt(), i);
+        QVERIFY(!actions.at(i)->icon().isNull());
+    }
+}
+
+void tst_Panes::pcDoubleClick_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<bool>("suggestExecute");
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<QString>("question");
+    QTest::addColumn<QString>("outcome"); // a log line, or "upload" for a plain copy, or "" for nothing
+
+    const QString package = QStringLiteral("This is an update package. Do you want to unpack it and upload its contents?");
+    const QString execute = QStringLiteral("Execute this file on the MC instead of uploading?");
+    QTest::newRow("package, yes") << "fw.ZPACK" << false << int(QMessageBox::Yes) << package
+                                  << "Package upload is not available yet";
+    QTest::newRow("package, no copies it") << "fw.zfw" << false << int(QMessageBox::No) << package << "upload";
+    QTest::newRow("package, cancel") << "fw.zpack" << false << int(QMessageBox::Cancel) << package << "";
+    QTest::newRow("python, no question") << "a.py" << false << 0 << "" << "upload";
+    QTest::newRow("python, execute") << "B.PY" << true << int(QMessageBox::Yes) << execute << "Script %1 executed";
+    QTest::newRow("python, upload instead") << "c.py" << true << int(QMessageBox::No) << execute << "upload";
+    QTest::newRow("python, cancel") << "d.py" << true << int(QMessageBox::Cancel) << execute << "";
+}
+
+void tst_Panes::pcDoubleClick()
+{
+    QFETCH(QString, file);
+    QFETCH(bool, suggestExecute);
+    QFETCH(int, answer);
+    QFETCH(QString, question);
+    QFETCH(QString, outcome);
+
+    QTemporaryDir dir;
+    const QString path = dir.filePath(file);
+    QVERIFY(writeLocal(path, "print('ran here')\n"));
+    QSettings().setValue(QStringLiteral("MC/SuggestExecute"), suggestExecute);
+    VirtualBoard board;
+    QVERIFY(board.start());
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, 0));
+    w.setPcFolder(dir.path());
+    QFileSystemModel &model = MorvexWindowProbe::pcModel(w);
+    const QModelIndex index = model.index(path);
+    QVERIFY(index.isValid());
+
+    QScopedPointer<DialogAnswerer> answerer(
+        DialogAnswerer::messageBox(answer ? QMessageBox::StandardButton(answer) : QMessageBox::Cancel));
+    doubleClick(w.findChild<QTreeView *>(QStringLiteral("pcFileList")), index);
+    QCOMPARE(answerer->texts(), question.isEmpty() ? QStringList() : QStringList{question});
+    const QStringList log = syslogMessages(w);
+    if (outcome == QLatin1String("upload"))
+        QCOMPARE(board.readFile(file), QByteArray("print('ran here')\n"));
+    else if (outcome.isEmpty())
+        QVERIFY(!board.exists(file) && log.filter(QStringLiteral("Script ")).isEmpty());
+    else
+        QVERIFY2(log.contains(outcome.arg(path)), qPrintable(log.join('\n')));
+    if (outcome.startsWith(QLatin1String("Script")))
+        QVERIFY(log.contains(QStringLiteral(">>ran here")));
+}
+
+void tst_Panes::boardDoubleClick_data()
+{
+    QTest::addColumn<QVariant>("clickAction");
+    QTest::addColumn<bool>("downloads");
+
+    QTest::newRow("absent: edit") << QVariant() << false;
+    QTest::newRow("edit") << QVariant(QStringLiteral("edit")) << false;
+    QTest::newRow("download") << QVariant(QStringLiteral("download")) << true;
+    QTest::newRow("Download is not download") << QVariant(QStringLiteral("Download")) << false;
+}
+
+void tst_Panes::boardDoubleClick()
+{
+    QFETCH(QVariant, clickAction);
+    QFETCH(bool, downloads);
+    if (clickAction.isValid())
+        QSettings().setValue(QStringLiteral("MC/ClickAction"), clickAction);
+    QTemporaryDir dir;
+    VirtualBoard board;
+    QVERIFY(board.start());
+    QVERIFY(board.writeFile(QStringLiteral("main.txt"), "on the board"));
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, 0));
+    w.setPcFolder(dir.path());
+    auto *view = w.findChild<QTableView *>(QStringLiteral("mcFileList"));
+    const QModelIndex row = boardRow(w, QStringLiteral("main.txt"));
+    QVERIFY(row.isValid());
+    view->setCurrentIndex(row);
+    doubleClick(view, row);
+    QCOMPARE(QFile::exists(dir.filePath(QStringLiteral("main.txt"))), downloads);
+    QCOMPARE(syslogMessages(w).contains(QStringLiteral("Editing board files is not available yet")), !downloads);
+}
+
+QTEST_MAIN(tst_Panes)
+#include "tst_panes.moc"
