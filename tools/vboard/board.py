@@ -14,7 +14,7 @@ from .link import InputQueue, Port, Transcript
 from .modules import Clock
 from .repl import ReplMixin
 from .runtime import Session, board_compile, text_bytes
-from .stdio import Stdin, Stdout, encode
+from .stdio import Stdin, Stdout
 
 # Signal used to raise KeyboardInterrupt (or a reset) in the board's thread.
 KICK = signal.SIGUSR1
@@ -341,6 +341,7 @@ class Board(ReplMixin):
         self.soft_boots += kind == 'soft'
         self.reset_pending = None
         self.executing = False
+        self.last_cr = False
         self.kbd_char = 3
         self.fs.cwd = self.fs.mount
         self.session = Session(self)
@@ -365,7 +366,9 @@ class Board(ReplMixin):
         self.port.open()
         Reader(self, self.port, self.queue, self.faults, self.opts.baud).start()
         # A main.py that never waits for input must not keep the port unannounced.
-        threading.Timer(1.0, self.go_live).start()
+        timer = threading.Timer(1.0, self.go_live)
+        timer.daemon = True
+        timer.start()
         kind = 'power'
         while True:
             try:
