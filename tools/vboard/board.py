@@ -5,6 +5,7 @@ import signal
 import sys
 import threading
 import time
+import traceback
 
 from .errors import HardReset, format_exception
 from .faults import Faults, Reader
@@ -377,3 +378,9 @@ class Board(ReplMixin):
             except HardReset as r:
                 self.flush()
                 kind = r.kind
+            except Exception:
+                # A fault of the simulator itself: report it and reboot rather than die.
+                traceback.print_exc()
+                del self.obuf[:]
+                self.queue.clear()
+                kind = 'power'

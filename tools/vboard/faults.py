@@ -4,6 +4,7 @@ import random
 import select
 import threading
 import time
+import traceback
 
 
 class Faults:
@@ -45,6 +46,14 @@ class Reader(threading.Thread):
         self.total = 0
 
     def run(self):
+        while True:
+            try:
+                self.serve()
+            except Exception:
+                traceback.print_exc()  # keep listening: a deaf board helps nobody
+                time.sleep(0.1)
+
+    def serve(self):
         poller = None
         poll_gen = None
         allowance = 0.0

@@ -41,6 +41,10 @@ def mp_repr(obj):
     return repr(obj)
 
 
+def _mp_str(obj):
+    return mp_repr(obj) if isinstance(obj, (list, tuple, dict, set)) else str(obj)
+
+
 def mp_dir(*args):
     if not args:
         return list(sys._getframe(1).f_locals)
@@ -82,7 +86,7 @@ class Session:
         board = self.board
 
         def print_(*args, sep=' ', end='\n', file=None, flush=False):
-            text = (' ' if sep is None else sep).join([str(a) for a in args]) + ('\n' if end is None else end)
+            text = (' ' if sep is None else sep).join([_mp_str(a) for a in args]) + ('\n' if end is None else end)
             (file if file is not None else board.stdout).write(text)
 
         def help_(obj=None):
