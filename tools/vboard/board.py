@@ -248,6 +248,12 @@ class Board(ReplMixin):
         self.reset_pending = kind
         raise HardReset(kind)
 
+    def _reset_due(self):
+        # Code may swallow the HardReset exception; the reset happens all the same.
+        kind = self.reset_pending or self.queue.reset
+        if kind:
+            raise HardReset(kind)
+
     def execute(self, source, kind, filename='<stdin>', raw=False):
         """Runs one command; True means the board must soft-reset (SystemExit)."""
         q = self.queue
@@ -264,20 +270,17 @@ class Board(ReplMixin):
                     exec(code, self.session.globals)
                 finally:
                     self.executing = False
-                if self.reset_pending:
-                    raise HardReset(self.reset_pending)
+                self._reset_due()
             except HardReset:
                 raise
             except SystemExit:
-                if self.reset_pending:
-                    raise HardReset(self.reset_pending)
+                self._reset_due()
                 if raw:
                     self.out(b'\x04')
                 forced = True
             except BaseException as e:
                 self.executing = False
-                if self.reset_pending:
-                    raise HardReset(self.reset_pending)
+                self._reset_due()
                 if raw:
                     self.out(b'\x04')
                 self.out(self.text(self.format_exception(e)))
