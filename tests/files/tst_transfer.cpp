@@ -44,6 +44,8 @@ private slots:
     void uploadToMissingDirectory();
     void checksumMismatch_data();
     void checksumMismatch();
+    void boardSumMustFitIn32Bits();
+    void sumPastTwoTo32();
     void boardVanishesDuringUpload();
     void downloadMissingFile();
     void downloadOverwriteQuestion_data();
@@ -212,6 +214,51 @@ void tst_Transfer::checksumMismatch()
         QCOMPARE(mismatch.size(), 1);
         QVERIFY(!mismatch.constFirst().endsWith(QLatin1Char(')')));
     }
+}
+
+void tst_Transfer::boardSumMustFitIn32Bits()
+{
+    // A replaced download script that reports an unmasked sum: its high half
+    // is not 0, so the download is reported as a mismatch.
+    QFile original(QStringLiteral(":/data/download.py"));
+    QVERIFY(original.open(QIODevice::ReadOnly));
+    QByteArray script = original.readAll();
+    QVERIFY(script.contains("csum & 0xFFFFFFFF"));
+    script.replace("csum & 0xFFFFFFFF", "(csum & 0xFFFFFFFF) + (1 << 32)");
+    const QString path = local.filePath(QStringLiteral("unmasked.py"));
+    QFile replacement(path);
+    QVERIFY(replacement.open(QIODevice::WriteOnly));
+    replacement.write(script);
+    replacement.close();
+    QSettings().setValue(QStringLiteral("Scripts/Download"), path);
+
+    Session *s = session(1);
+    QVERIFY(s);
+    QVERIFY(s->board.writeFile(QStringLiteral("three.bin"), "abc"));
+    QVERIFY(s->window->downloadToFile(QStringLiteral("/three.bin"), local.filePath(QStringLiteral("three.bin"))));
+    QSettings().remove(QStringLiteral("Scripts/Download"));
+    const quint64 sum = 'a' + 'b' + 'c';
+    QVERIFY2(syslogMessages(*s->window).contains(QStringLiteral("File downloaded with errors!! (checksum mismatch %1 vs %2")
+                                                     .arg((quint64(1) << 32) + sum)
+                                                     .arg(sum)),
+             qPrintable(syslogMessages(*s->window).mid(syslogMessages(*s->window).size() - 4).join('\n')));
+}
+
+void tst_Transfer::sumPastTwoTo32()
+{
+    // 17 MB cross the link in about two minutes, so this runs on request only.
+    if (qEnvironmentVariableIsEmpty("MORVEX_SLOW_TESTS"))
+        QSKIP("set MORVEX_SLOW_TESTS=1 to download a file whose byte sum passes 2^32");
+    Session *s = session(1);
+    QVERIFY(s);
+    const QByteArray data(16843100, char(0xFF)); // 255 x 16843100 > 2^32
+    QVERIFY(s->board.writeFile(QStringLiteral("huge.bin"), data));
+    QVERIFY(s->window->downloadToFile(QStringLiteral("/huge.bin"), local.filePath(QStringLiteral("huge.bin"))));
+    QVERIFY(syslogMessages(*s->window).contains(QStringLiteral("Download from /huge.bin completed")));
+    QFile downloaded(local.filePath(QStringLiteral("huge.bin")));
+    QVERIFY(downloaded.open(QIODevice::ReadOnly));
+    QCOMPARE(downloaded.size(), qint64(data.size()));
+    QCOMPARE(downloaded.readAll(), data);
 }
 
 void tst_Transfer::boardVanishesDuringUpload()
