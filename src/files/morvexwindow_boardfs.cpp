@@ -18,14 +18,7 @@ bool MorvexWindow::removeBoardPath(const QString &path, bool isDir)
     const QString call = QStringLiteral("%1('%2')").arg(isDir ? QStringLiteral("_rmd") : QStringLiteral("_rm"), path);
     if (!exchange(call.toLatin1() + CTRL_D, 5000))
         return false;
-    QByteArray result;
-    while (!rxQueue.isEmpty()) {
-        const QByteArray piece = rxQueue.takeFirst();
-        if (piece.startsWith('#')) {
-            result = piece;
-            break;
-        }
-    }
+    QByteArray result = takeReplyStartingWith('#');
     if (result.startsWith("#0")) {
         logLine(tr("%1 removed").arg(path));
         return true;

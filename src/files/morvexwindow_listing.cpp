@@ -58,14 +58,8 @@ QJsonArray MorvexWindow::listBoard(QString path, MorvexWindow::MC_LIST mode)
     command.replace(QStringLiteral("$dir"), QStringLiteral("'%1'").arg(path));
     if (!exchange(command.toLatin1() + EOL, 5000))
         return QJsonArray();
-    QByteArray reply;
-    while (!rxQueue.isEmpty()) {
-        const QByteArray piece = rxQueue.takeFirst();
-        if (piece.startsWith('[')) {
-            reply = piece;
-            break;
-        }
-    }
+    // The echo of the command comes first; the reply is the JSON line.
+    const QByteArray reply = takeReplyStartingWith('[');
     if (reply.isEmpty()) {
         logLine(tr("Cannot list files - invalid reply"));
         return QJsonArray();

@@ -78,6 +78,9 @@ public:
     // morvexwindow_bytes.cpp
     void splitReplies(const QByteArray &terminator);
     bool transmit(const QByteArray &data);
+    // Drops pieces from the front of rxQueue up to the first that starts with
+    // lead, and takes that one; empty when the queue runs out first.
+    QByteArray takeReplyStartingWith(char lead);
     bool exchange(const QByteArray &data, int timeoutMs);
     void waitInput(int ms);
     void delayMs(int ms);
@@ -100,6 +103,8 @@ public:
     bool loadScript(const QString &path);
     bool runScript(const QString &path);
     bool debugEcho();
+    // Reads a script and brings the board to its raw REPL; false, reported, if either fails.
+    bool readScriptForRawRepl(const QString &path, QByteArray &text);
     QString scriptPath(const QString &key, const QString &stmDefault, const QString &espDefault) const;
 
     // morvexwindow_views.cpp (src/shell)

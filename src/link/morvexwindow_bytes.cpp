@@ -1,18 +1,10 @@
 // The serial byte layer: reply assembly, the reply queue, writing and waiting.
 #include "morvexwindow.h"
 
+#include "boardtext.h"
 #include "ui_morvexwindow.h"
 
 #include <QEventLoop>
-
-namespace {
-// Board text is shown from UTF-8 (or Latin-1 where asked) up to its first zero byte.
-QByteArray upToZero(const QByteArray &piece)
-{
-    const int zero = piece.indexOf('\0');
-    return zero < 0 ? piece : piece.left(zero);
-}
-} // namespace
 
 void MorvexWindow::io_ready()
 {
@@ -68,11 +60,21 @@ void MorvexWindow::processQueue()
     while (!rxQueue.isEmpty()) {
         const QByteArray piece = rxQueue.takeFirst();
         if (mcState == MC_UNKNOWN || mcState == MC_RUNNING) {
-            termLine(QString::fromUtf8(upToZero(piece)));
+            termLine(boardUtf8(piece));
         } else if (piece != PROMPT) {
-            logLine(QString::fromUtf8(upToZero(piece)));
+            logLine(boardUtf8(piece));
         }
     }
+}
+
+QByteArray MorvexWindow::takeReplyStartingWith(char lead)
+{
+    while (!rxQueue.isEmpty()) {
+        const QByteArray piece = rxQueue.takeFirst();
+        if (piece.startsWith(lead))
+            return piece;
+    }
+    return QByteArray();
 }
 
 bool MorvexWindow::transmit(const QByteArray &data)

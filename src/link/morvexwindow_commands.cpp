@@ -1,17 +1,10 @@
 // Direct board commands: who the board is, launch, reset, DFU and abort.
 #include "morvexwindow.h"
 
+#include "boardtext.h"
 #include "ui_morvexwindow.h"
 
 #include <QRegularExpression>
-
-namespace {
-QString latin1UpToZero(const QByteArray &piece)
-{
-    const int zero = piece.indexOf('\0');
-    return QString::fromLatin1(zero < 0 ? piece : piece.left(zero));
-}
-} // namespace
 
 void MorvexWindow::queryInfo()
 {
@@ -35,7 +28,7 @@ QHash<QString, QString> MorvexWindow::readUname()
     if (!exchange(command.toLatin1() + EOL, 5000))
         return info;
     while (!rxQueue.isEmpty()) {
-        const QString text = latin1UpToZero(rxQueue.takeFirst());
+        const QString text = boardLatin1(rxQueue.takeFirst());
         if (!text.startsWith(QLatin1Char('(')))
             continue;
         static const QRegularExpression pair(QStringLiteral("(\\w+)\\=\\'([^\\']+)\\'"));

@@ -1,15 +1,9 @@
 // Sending device-side scripts to the raw REPL and running local scripts there.
 #include "morvexwindow.h"
 
-#include <QFile>
+#include "boardtext.h"
 
-namespace {
-QByteArray upToZero(const QByteArray &piece)
-{
-    const int zero = piece.indexOf('\0');
-    return zero < 0 ? piece : piece.left(zero);
-}
-} // namespace
+#include <QFile>
 
 QString MorvexWindow::scriptPath(const QString &key, const QString &stmDefault, const QString &espDefault) const
 {
@@ -19,16 +13,23 @@ QString MorvexWindow::scriptPath(const QString &key, const QString &stmDefault, 
     return mcType == MC_ESP32 ? espDefault : stmDefault;
 }
 
-bool MorvexWindow::loadScript(const QString &path)
+bool MorvexWindow::readScriptForRawRepl(const QString &path, QByteArray &text)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         logLine(tr("Cannot open %1: %2").arg(path, file.errorString()));
         return false;
     }
-    if (!enterRawRepl())
+    text = file.readAll();
+    return enterRawRepl();
+}
+
+bool MorvexWindow::loadScript(const QString &path)
+{
+    QByteArray text;
+    if (!readScriptForRawRepl(path, text))
         return false;
-    if (!exchange(file.readAll() + CTRL_D, 5000)) {
+    if (!exchange(text + CTRL_D, 5000)) {
         logLine(tr("Cannot upload script %1").arg(path));
         return false;
     }
@@ -39,24 +40,20 @@ bool MorvexWindow::loadScript(const QString &path)
             settleBoard(false);
             return true;
         }
-        logLine(QStringLiteral("&gt;&gt;") + QString::fromUtf8(upToZero(piece)));
+        logLine(QStringLiteral("&gt;&gt;") + boardUtf8(piece));
     }
     return false;
 }
 
 bool MorvexWindow::runScript(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        logLine(tr("Cannot open %1: %2").arg(path, file.errorString()));
-        return false;
-    }
-    if (!enterRawRepl())
+    QByteArray text;
+    if (!readScriptForRawRepl(path, text))
         return false;
     processQueue();
     // Still the raw REPL on the board; only the cutting changes, to whole lines.
     setState(MC_REPL);
-    if (!transmit(file.readAll() + CTRL_D)) {
+    if (!transmit(text + CTRL_D)) {
         setState(MC_RAW);
         logLine(tr("Cannot upload script %1").arg(path));
         return false;
@@ -69,7 +66,7 @@ bool MorvexWindow::runScript(const QString &path)
             QByteArray shown = last;
             if (shown.startsWith("OK"))
                 shown.remove(0, 2);
-            logLine(QStringLiteral("&gt;&gt;") + QString::fromLatin1(upToZero(shown)));
+            logLine(QStringLiteral("&gt;&gt;") + boardLatin1(shown));
         }
         if (last.endsWith('>') || rxBuffer.endsWith('>')) {
             rxBuffer.clear();
