@@ -3,12 +3,12 @@
 # launches Morvex with the board's port in its port list.
 set -euo pipefail
 top="$(cd "$(dirname "$0")/.." && pwd)"
-"$top/scripts/build.sh"
-
+"$top/scripts/setup.sh"
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
     echo "No display to show Morvex on; run it under a virtual one: xvfb-run -a $0"
     exit 1
 fi
+"$top/scripts/build.sh"
 
 work="$(mktemp -d)"
 python3 "$top/tools/virtual_board.py" --fs "$work/fs" --link "$work/ttyMC0" --family "${MORVEX_BOARD_FAMILY:-stm32}" \
