@@ -33,8 +33,8 @@ def _b64_twin(b):
 class Corruption:
     """Replaces the N-th byte of one stream during the first command starting with CALL."""
 
-    def __init__(self, spec):
-        self.call, self.nth = spec if spec else (None, 0)
+    def __init__(self, target):
+        self.call, self.nth = target if target else (None, 0)
         self.armed = False
         self.count = 0
 

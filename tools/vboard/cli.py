@@ -3,7 +3,7 @@
 import argparse
 
 
-def _call_spec(text):
+def _call_and_count(text):
     call, sep, n = text.rpartition(':')
     if not sep or not call or not n.isdigit() or int(n) < 1:
         raise argparse.ArgumentTypeError('expected CALL:N with N >= 1, got %r' % text)
@@ -29,8 +29,8 @@ def parse(argv):
     p.add_argument('--noise-after', type=int, metavar='N')
     p.add_argument('--noise-bytes', type=int, default=16, metavar='K')
     p.add_argument('--mute-after', type=int, metavar='N')
-    p.add_argument('--corrupt-rx', type=_call_spec, metavar='CALL:N')
-    p.add_argument('--corrupt-tx', type=_call_spec, metavar='CALL:N')
+    p.add_argument('--corrupt-rx', type=_call_and_count, metavar='CALL:N')
+    p.add_argument('--corrupt-tx', type=_call_and_count, metavar='CALL:N')
     p.add_argument('--transcript', metavar='FILE')
     opts = p.parse_args(argv)
     if opts.identity is None:
