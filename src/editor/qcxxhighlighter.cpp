@@ -1,7 +1,5 @@
 #include "qcxxhighlighter.h"
 
-#include "languageresource.h"
-
 QCXXHighlighter::QCXXHighlighter(QTextDocument *document)
     : QStyleSyntaxHighlighter(document)
     , includePattern(QStringLiteral(R"re(^\s*#\s*include\s*([<"][^:?"<>\|]+[">]))re"))
@@ -11,14 +9,8 @@ QCXXHighlighter::QCXXHighlighter(QTextDocument *document)
     , commentStartPattern(QStringLiteral(R"re(/\*)re"))
     , commentEndPattern(QStringLiteral(R"re(\*/)re"))
 {
-    LanguageSections sections;
-    if (!readLanguageResource(QStringLiteral(":/languages/cpp.xml"), &sections))
+    if (!appendWordRules(rules, QStringLiteral(":/languages/cpp.xml"), QStringLiteral(R"(\b%1\b)")))
         return;
-
-    for (const auto &section : qAsConst(sections)) {
-        for (const QString &word : section.second)
-            rules.append({QRegularExpression(QStringLiteral(R"(\b%1\b)").arg(word)), section.first});
-    }
 
     // Integers and floats in all their forms, with digit separators and suffixes.
     rules.append({QRegularExpression(QStringLiteral(
@@ -31,23 +23,9 @@ QCXXHighlighter::QCXXHighlighter(QTextDocument *document)
 
 void QCXXHighlighter::highlightBlock(const QString &text)
 {
-    QRegularExpressionMatchIterator it = includePattern.globalMatch(text);
-    while (it.hasNext()) {
-        const QRegularExpressionMatch match = it.next();
-        setCapturedFormat(match, 0, QStringLiteral("Preprocessor"));
-        setCapturedFormat(match, 1, QStringLiteral("String"));
-    }
-
-    it = functionPattern.globalMatch(text);
-    while (it.hasNext()) {
-        const QRegularExpressionMatch match = it.next();
-        setCapturedFormat(match, 0, QStringLiteral("Type"));
-        setCapturedFormat(match, 2, QStringLiteral("Function"));
-    }
-
-    it = defTypePattern.globalMatch(text);
-    while (it.hasNext())
-        setCapturedFormat(it.next(), 1, QStringLiteral("Type"));
+    applyCaptures(text, includePattern, {{0, "Preprocessor"}, {1, "String"}});
+    applyCaptures(text, functionPattern, {{0, "Type"}, {2, "Function"}});
+    applyCaptures(text, defTypePattern, {{1, "Type"}});
 
     applyRules(text, rules);
 

@@ -1,7 +1,5 @@
 #include "qglslhighlighter.h"
 
-#include "languageresource.h"
-
 QGLSLHighlighter::QGLSLHighlighter(QTextDocument *document)
     : QStyleSyntaxHighlighter(document)
     , includePattern(QStringLiteral(R"re(#include\s+([<"][a-zA-Z0-9*._]+[">]))re"))
@@ -10,14 +8,8 @@ QGLSLHighlighter::QGLSLHighlighter(QTextDocument *document)
     , commentStartPattern(QStringLiteral(R"re(/\*)re"))
     , commentEndPattern(QStringLiteral(R"re(\*/)re"))
 {
-    LanguageSections sections;
-    if (!readLanguageResource(QStringLiteral(":/languages/glsl.xml"), &sections))
+    if (!appendWordRules(rules, QStringLiteral(":/languages/glsl.xml"), QStringLiteral(R"(\b%1\b)")))
         return;
-
-    for (const auto &section : qAsConst(sections)) {
-        for (const QString &word : section.second)
-            rules.append({QRegularExpression(QStringLiteral(R"(\b%1\b)").arg(word)), section.first});
-    }
 
     // No string rule: quoted text keeps whatever the other rules give it.
     rules.append({QRegularExpression(QStringLiteral(R"re(\b(0b|0x){0,1}[\d.']+\b)re")), QStringLiteral("Number")});
@@ -28,19 +20,8 @@ QGLSLHighlighter::QGLSLHighlighter(QTextDocument *document)
 
 void QGLSLHighlighter::highlightBlock(const QString &text)
 {
-    QRegularExpressionMatchIterator it = includePattern.globalMatch(text);
-    while (it.hasNext()) {
-        const QRegularExpressionMatch match = it.next();
-        setCapturedFormat(match, 0, QStringLiteral("Preprocessor"));
-        setCapturedFormat(match, 1, QStringLiteral("String"));
-    }
-
-    it = functionPattern.globalMatch(text);
-    while (it.hasNext()) {
-        const QRegularExpressionMatch match = it.next();
-        setCapturedFormat(match, 0, QStringLiteral("Type"));
-        setCapturedFormat(match, 2, QStringLiteral("Function"));
-    }
+    applyCaptures(text, includePattern, {{0, "Preprocessor"}, {1, "String"}});
+    applyCaptures(text, functionPattern, {{0, "Type"}, {2, "Function"}});
 
     applyRules(text, rules);
 

@@ -16,7 +16,5 @@ void QJSONHighlighter::highlightBlock(const QString &text)
     applyRules(text, rules);
 
     // Last, so that a key is a keyword whatever the rules found inside it.
-    QRegularExpressionMatchIterator it = keyPattern.globalMatch(text);
-    while (it.hasNext())
-        setCapturedFormat(it.next(), 1, QStringLiteral("Keyword"));
+    applyCaptures(text, keyPattern, {{1, "Keyword"}});
 }

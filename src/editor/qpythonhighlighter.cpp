@@ -1,22 +1,13 @@
 #include "qpythonhighlighter.h"
 
-#include "languageresource.h"
-
 QPythonHighlighter::QPythonHighlighter(QTextDocument *document)
     : QStyleSyntaxHighlighter(document)
     , importPattern(QStringLiteral(R"(import \w+)"))
     , functionPattern(QStringLiteral(R"(\b([A-Za-z0-9_]+(?:\.))*([A-Za-z0-9_]+)(?=\())"))
     , defTypePattern(QStringLiteral(R"(\b([A-Za-z0-9_]+)\s+[A-Za-z]{1}[A-Za-z0-9_]+\s*[;=])"))
 {
-    LanguageSections sections;
-    if (!readLanguageResource(QStringLiteral(":/languages/python.xml"), &sections))
+    if (!appendWordRules(rules, QStringLiteral(":/languages/python.xml"), QStringLiteral(R"(\b%1\b)")))
         return;
-
-    // Words go in unescaped: a word list entry may be a pattern by itself.
-    for (const auto &section : qAsConst(sections)) {
-        for (const QString &word : section.second)
-            rules.append({QRegularExpression(QStringLiteral(R"(\b%1\b)").arg(word)), section.first});
-    }
 
     rules.append({QRegularExpression(QStringLiteral(R"(\b(0b|0x){0,1}[\d.']+\b)")), QStringLiteral("Number")});
     rules.append({QRegularExpression(QStringLiteral(R"("[^\n"]*")")), QStringLiteral("String")});
@@ -32,12 +23,7 @@ QPythonHighlighter::QPythonHighlighter(QTextDocument *document)
 
 void QPythonHighlighter::highlightBlock(const QString &text)
 {
-    QRegularExpressionMatchIterator it = functionPattern.globalMatch(text);
-    while (it.hasNext()) {
-        const QRegularExpressionMatch match = it.next();
-        setCapturedFormat(match, 0, QStringLiteral("Type"));
-        setCapturedFormat(match, 2, QStringLiteral("Function"));
-    }
+    applyCaptures(text, functionPattern, {{0, "Type"}, {2, "Function"}});
 
     applyRules(text, rules);
 

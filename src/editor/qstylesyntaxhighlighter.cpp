@@ -1,5 +1,6 @@
 #include "qstylesyntaxhighlighter.h"
 
+#include "languageresource.h"
 #include "qsyntaxstyle.h"
 
 QStyleSyntaxHighlighter::QStyleSyntaxHighlighter(QTextDocument *document)
@@ -22,6 +23,31 @@ void QStyleSyntaxHighlighter::setCapturedFormat(const QRegularExpressionMatch &m
 {
     setFormat(match.capturedStart(capture), match.capturedLength(capture),
               m_syntaxStyle->formatFor(formatName));
+}
+
+bool QStyleSyntaxHighlighter::appendWordRules(QVector<HighlightRule> &rules, const QString &resource,
+                                              const QString &wordPattern)
+{
+    LanguageSections sections;
+    if (!readLanguageResource(resource, &sections))
+        return false;
+
+    for (const auto &section : qAsConst(sections)) {
+        for (const QString &word : section.second)
+            rules.append({QRegularExpression(wordPattern.arg(word)), section.first});
+    }
+    return true;
+}
+
+void QStyleSyntaxHighlighter::applyCaptures(const QString &text, const QRegularExpression &pattern,
+                                            std::initializer_list<std::pair<int, const char *>> captures)
+{
+    QRegularExpressionMatchIterator it = pattern.globalMatch(text);
+    while (it.hasNext()) {
+        const QRegularExpressionMatch match = it.next();
+        for (const auto &capture : captures)
+            setCapturedFormat(match, capture.first, QString::fromLatin1(capture.second));
+    }
 }
 
 void QStyleSyntaxHighlighter::applyRules(const QString &text, const QVector<HighlightRule> &rules)

@@ -5,6 +5,9 @@
 #include <QSyntaxHighlighter>
 #include <QVector>
 
+#include <initializer_list>
+#include <utility>
+
 class QSyntaxStyle;
 
 // Base of the language highlighters: a QSyntaxHighlighter that draws with a
@@ -21,6 +24,18 @@ public:
     QSyntaxStyle *syntaxStyle() const;
 
 protected:
+    // One rule per word of a word list resource, in the style named by the
+    // word's section; %1 in wordPattern is the word. Words go in unescaped: a
+    // list entry may be a pattern by itself. False when the resource can't be
+    // read.
+    static bool appendWordRules(QVector<HighlightRule> &rules, const QString &resource,
+                                const QString &wordPattern);
+
+    // Sets each match of the pattern, front to back, capture by capture in the
+    // order given, to the style paired with the capture.
+    void applyCaptures(const QString &text, const QRegularExpression &pattern,
+                       std::initializer_list<std::pair<int, const char *>> captures);
+
     // Sets each whole match of each rule, front to back, to its style.
     void applyRules(const QString &text, const QVector<HighlightRule> &rules);
 

@@ -16,25 +16,17 @@ QXMLHighlighter::QXMLHighlighter(QTextDocument *document)
 {
 }
 
-void QXMLHighlighter::highlightByPattern(const QString &text, const QRegularExpression &pattern,
-                                         const QString &formatName)
-{
-    QRegularExpressionMatchIterator it = pattern.globalMatch(text);
-    while (it.hasNext())
-        setCapturedFormat(it.next(), 0, formatName);
-}
-
 void QXMLHighlighter::highlightBlock(const QString &text)
 {
-    highlightByPattern(text, elementPattern, QStringLiteral("Keyword"));
+    applyCaptures(text, elementPattern, {{0, "Keyword"}});
 
     for (const QRegularExpression &pattern : qAsConst(keywordPatterns))
-        highlightByPattern(text, pattern, QStringLiteral("Keyword"));
+        applyCaptures(text, pattern, {{0, "Keyword"}});
 
-    highlightByPattern(text, attributePattern, QStringLiteral("Text"));
+    applyCaptures(text, attributePattern, {{0, "Text"}});
 
     applyCommentPass(text, commentStartPattern, commentEndPattern);
 
     // After the comments, so that a quoted value inside a comment is a string.
-    highlightByPattern(text, valuePattern, QStringLiteral("String"));
+    applyCaptures(text, valuePattern, {{0, "String"}});
 }

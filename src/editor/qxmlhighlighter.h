@@ -16,8 +16,6 @@ protected:
     void highlightBlock(const QString &text) override;
 
 private:
-    void highlightByPattern(const QString &text, const QRegularExpression &pattern, const QString &formatName);
-
     QVector<QRegularExpression> keywordPatterns;
     QRegularExpression elementPattern;
     QRegularExpression attributePattern;
