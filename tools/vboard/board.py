@@ -84,6 +84,12 @@ class Board(ReplMixin):
         self.stdout = Stdout(self)
         self.stdin = Stdin(self)
         self.obuf = bytearray()
+        # Output leaves like a USB CDC endpoint's: what running code writes in
+        # quick succession goes out together, at the latest when the board waits.
+        self.olock = threading.RLock()
+        self.flush_due = None
+        self.flush_wake = threading.Condition(self.olock)
+        threading.Thread(target=self._flusher, name='flusher', daemon=True).start()
         self.executing = False
         self.kbd_char = 3
         self.mode = 'friendly'
@@ -99,15 +105,30 @@ class Board(ReplMixin):
     # -- output ------------------------------------------------------------
 
     def out(self, data):
-        self.obuf += data
+        with self.olock:
+            self.obuf += data
 
     def flush(self):
-        if self.silent:
-            del self.obuf[:]
-        elif self.obuf:
-            data = bytes(self.obuf)
-            del self.obuf[:]
-            self.port.write(data)
+        with self.olock:
+            self.flush_due = None
+            if self.silent:
+                del self.obuf[:]
+            elif self.obuf:
+                data = bytes(self.obuf)
+                del self.obuf[:]
+                self.port.write(data)
+
+    def _flusher(self):
+        with self.olock:
+            while True:
+                if self.flush_due is None:
+                    self.flush_wake.wait()
+                    continue
+                delay = self.flush_due - time.monotonic()
+                if delay > 0:
+                    self.flush_wake.wait(delay)
+                    continue
+                self.flush()
 
     def go_live(self):
         """Boot output made before this point went nowhere; now the board is up."""
@@ -130,8 +151,13 @@ class Board(ReplMixin):
     def user_write(self, data, cooked):
         if cooked:
             data = data.replace(b'\n', b'\r\n')
-        self.obuf += self.tx_fault.apply(data)
-        self.flush()
+        with self.olock:
+            self.obuf += self.tx_fault.apply(data)
+            if len(self.obuf) >= 4096:
+                self.flush()
+            elif self.flush_due is None:
+                self.flush_due = time.monotonic() + 0.002
+                self.flush_wake.notify()
 
     # -- input -------------------------------------------------------------
 
