@@ -179,7 +179,8 @@ void tst_Transfer::uploadToMissingDirectory()
     QCOMPARE(syslogMessages(w).constLast(), QStringLiteral("Abort failed"));
     w.findChild<QAction *>("actionReset")->trigger();
     QVERIFY2(waitFor([&] { return w.findChild<QAction *>("actionUpload")->isEnabled(); }, 15000),
-             qPrintable(syslogMessages(w).mid(syslogMessages(w).size() - 15).join(QLatin1Char('\n'))));
+             qPrintable(syslogMessages(w).mid(syslogMessages(w).size() - 15).join(QLatin1Char('\n'))
+                        + s->board.errors() + QString::fromLatin1(s->board.transcript().right(600))));
 }
 
 void tst_Transfer::checksumMismatch_data()

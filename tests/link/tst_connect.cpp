@@ -123,7 +123,10 @@ void tst_Connect::resetWithVanishingPort()
                            QStringLiteral("Reconnecting to %1").arg(board.portPath()),
                            QStringLiteral("Connected to %1").arg(board.portPath()), boardLine}),
              qPrintable(log.join('\n')));
-    QVERIFY(log.contains(QStringLiteral("Connection deferred...")));
+    // The board drops its port at once; only a machine too busy to notice within
+    // the 100 ms pause settles the board first instead of deferring.
+    QVERIFY(log.contains(QStringLiteral("Connection deferred..."))
+            || log.contains(QStringLiteral("MC initialization...")));
     QVERIFY(!log.contains(QStringLiteral("Fatal communication error")));
     // The second connect takes control again but sends no second reset.
     const QByteArray received = board.received();
