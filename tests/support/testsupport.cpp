@@ -116,7 +116,11 @@ DialogAnswerer *DialogAnswerer::fileName(const QString &path, QObject *parent)
 
 void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int family, const QString &baud)
 {
-    qputenv("MORVEX_EXTRA_PORTS", board.portPath().toLocal8Bit());
+    // Added to what is there: windows of earlier boards still reconnect through the list.
+    QStringList extra = qEnvironmentVariable("MORVEX_EXTRA_PORTS").split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    if (!extra.contains(board.portPath()))
+        extra << board.portPath();
+    qputenv("MORVEX_EXTRA_PORTS", extra.join(QLatin1Char(':')).toLocal8Bit());
     const QString port = board.portPath();
     DialogAnswerer answerer([&](QWidget *widget) {
         auto *popup = qobject_cast<ConnectionPopup *>(widget);
