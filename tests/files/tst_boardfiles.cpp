@@ -30,22 +30,6 @@ QStringList rows(MorvexWindow &w)
     return names;
 }
 
-QModelIndex rowNamed(MorvexWindow &w, const QString &name)
-{
-    MCDirModel &model = MorvexWindowProbe::mcModel(w);
-    for (int i = 0; i < model.rowCount(); ++i) {
-        if (model.fileName(model.index(i, 0)) == name)
-            return model.index(i, 0);
-    }
-    return QModelIndex();
-}
-
-bool writeLocal(const QString &path, const QByteArray &data)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
-}
 } // namespace
 
 class tst_BoardFiles : public QObject
@@ -194,20 +178,20 @@ void tst_BoardFiles::parentRow()
     QVERIFY(view);
 
     // Into lib by a double click, then back up by "..".
-    QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, rowNamed(w, QStringLiteral("lib"))));
+    QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, boardRow(w, QStringLiteral("lib"))));
     QCOMPARE(MorvexWindowProbe::mcModel(w).rootPath, QStringLiteral("/flash/lib/"));
     QVERIFY(rows(w).contains(QStringLiteral("sub/:")));
     QVERIFY(board.received().contains("import os; os.chdir('/flash/lib')\r\n"));
-    QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, rowNamed(w, QStringLiteral(".."))));
+    QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, boardRow(w, QStringLiteral(".."))));
     QCOMPARE(MorvexWindowProbe::mcModel(w).rootPath, QStringLiteral("/flash/"));
-    QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, rowNamed(w, QStringLiteral(".."))));
+    QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, boardRow(w, QStringLiteral(".."))));
     QCOMPARE(MorvexWindowProbe::mcModel(w).rootPath, QStringLiteral("/"));
     QVERIFY(!rows(w).contains(QStringLiteral("../:")));
 
     // At the root a ".." row does not exist; a stale one sends nothing.
     MorvexWindowProbe::mcModel(w).append({QStringLiteral("..")}, true);
     const int before = board.received().size();
-    QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, rowNamed(w, QStringLiteral(".."))));
+    QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, boardRow(w, QStringLiteral(".."))));
     QCOMPARE(board.received().size(), before);
 }
 
@@ -299,24 +283,24 @@ void tst_BoardFiles::remove()
     auto *view = w.findChild<QTableView *>(QStringLiteral("mcFileList"));
     auto *remove = w.findChild<QAction *>(QStringLiteral("actionRemove"));
 
-    view->setCurrentIndex(rowNamed(w, QStringLiteral("gone.txt")));
+    view->setCurrentIndex(boardRow(w, QStringLiteral("gone.txt")));
     remove->trigger();
     QVERIFY(syslogMessages(w).contains(QStringLiteral("/gone.txt removed")));
     QVERIFY(!board.exists(QStringLiteral("gone.txt")));
-    QVERIFY(!rowNamed(w, QStringLiteral("gone.txt")).isValid());
+    QVERIFY(!boardRow(w, QStringLiteral("gone.txt")).isValid());
 
-    view->setCurrentIndex(rowNamed(w, QStringLiteral("hollow")));
+    view->setCurrentIndex(boardRow(w, QStringLiteral("hollow")));
     remove->trigger();
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Directory hollow must be empty in order to be removed")));
     QVERIFY(!board.exists(QStringLiteral("hollow")));
 
-    view->setCurrentIndex(rowNamed(w, QStringLiteral("full")));
+    view->setCurrentIndex(boardRow(w, QStringLiteral("full")));
     remove->trigger();
     QVERIFY(board.exists(QStringLiteral("full/a.txt")));
     const QString last = syslogMessages(w).constLast();
     QVERIFY2(last.startsWith(QStringLiteral("Removal error: ")) && last.endsWith(QStringLiteral(". Aborted")),
              qPrintable(last));
-    QVERIFY(rowNamed(w, QStringLiteral("full")).isValid());
+    QVERIFY(boardRow(w, QStringLiteral("full")).isValid());
 }
 
 void tst_BoardFiles::uploadTargets_data()
@@ -349,7 +333,7 @@ void tst_BoardFiles::uploadTargets()
     VirtualBoard board;
     QVERIFY(board.start());
     QTemporaryDir local;
-    QVERIFY(writeLocal(local.filePath(localRelative), "print('hello')\n"));
+    QVERIFY(writeLocalFile(local.filePath(localRelative), "print('hello')\n"));
     QSettings().setValue(QStringLiteral("MC/SubDirsSel"), policy);
     MorvexWindow w;
     QVERIFY(connectBoard(w, board, 0));

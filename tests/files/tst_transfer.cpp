@@ -306,12 +306,7 @@ void tst_Transfer::downloadOverwriteQuestion()
     existing.write("local content");
     existing.close();
 
-    MCDirModel &model = MorvexWindowProbe::mcModel(w);
-    QModelIndex row;
-    for (int i = 0; i < model.rowCount(); ++i) {
-        if (model.fileName(model.index(i, 0)) == QLatin1String("dl.txt"))
-            row = model.index(i, 0);
-    }
+    const QModelIndex row = boardRow(w, QStringLiteral("dl.txt"));
     QVERIFY(row.isValid());
     const int before = s->board.received().size();
     QScopedPointer<DialogAnswerer> answer(DialogAnswerer::messageBox(yes ? QMessageBox::Yes : QMessageBox::No));

@@ -12,11 +12,6 @@
 #include <QTimer>
 
 namespace {
-QAction *action(MorvexWindow &w, const char *name)
-{
-    return w.findChild<QAction *>(QLatin1String(name));
-}
-
 int countOf(const QStringList &messages, const QString &message)
 {
     return int(messages.count(message));
@@ -75,7 +70,7 @@ void tst_Commands::uname()
     QVERIFY(connectBoard(w, board, 0));
     QVERIFY2(syslogMessages(w).contains(line), qPrintable(syslogText(w)));
     // The board actions come on even when the description failed.
-    QVERIFY(action(w, "actionUpload")->isEnabled());
+    QVERIFY(windowAction(w, "actionUpload")->isEnabled());
 }
 
 void tst_Commands::boardHash_data()
@@ -136,7 +131,7 @@ void tst_Commands::launchWithVanishingPort()
                          QStringLiteral("500")}));
     MorvexWindow w;
     QVERIFY(connectBoard(w, board, 0));
-    action(w, "actionLaunch")->trigger();
+    windowAction(w, "actionLaunch")->trigger();
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Launching...")));
     QVERIFY(waitFor([&] { return board.received().contains("import machine; machine.reset()\r\n"); }, 5000));
     // The port comes back as a monitor: the board keeps running.
@@ -158,16 +153,16 @@ void tst_Commands::launchAndAbort()
                             "import time\nn = 0\nwhile True:\n    print('tick', n)\n    n += 1\n    time.sleep_ms(50)\n"));
     MorvexWindow w;
     QVERIFY(connectBoard(w, board, 0));
-    action(w, "actionLaunch")->trigger();
+    windowAction(w, "actionLaunch")->trigger();
     QCOMPARE(w.state(), MorvexWindow::MC_RUNNING);
     QCOMPARE(w.findChild<QTabWidget *>("logTabWidget")->currentIndex(), 0);
     QVERIFY(waitFor([&] { return terminalMessages(w).contains(QStringLiteral("tick 3")); }, 10000));
 
-    action(w, "actionAbort")->trigger();
+    windowAction(w, "actionAbort")->trigger();
     QVERIFY(terminalMessages(w).contains(QStringLiteral("Execution aborted")));
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Stopped")));
     QCOMPARE(w.state(), MorvexWindow::MC_REPL);
-    QVERIFY(action(w, "actionUpload")->isEnabled());
+    QVERIFY(windowAction(w, "actionUpload")->isEnabled());
 }
 
 void tst_Commands::reset_data()
@@ -185,14 +180,14 @@ void tst_Commands::reset()
     MorvexWindow w;
     QVERIFY(connectBoard(w, board, 0));
     const int announcedBefore = int(syslogMessages(w).filter(QStringLiteral("Connected to micropython board")).size());
-    action(w, "actionReset")->trigger();
+    windowAction(w, "actionReset")->trigger();
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Resetting...")));
     QCOMPARE(w.state(), MorvexWindow::MC_REPL);
-    QVERIFY(!action(w, "actionUpload")->isEnabled());
-    QVERIFY(action(w, "actionAbort")->isEnabled());
+    QVERIFY(!windowAction(w, "actionUpload")->isEnabled());
+    QVERIFY(windowAction(w, "actionAbort")->isEnabled());
     QVERIFY2(waitFor([&] {
                  return syslogMessages(w).filter(QStringLiteral("Connected to micropython board")).size() > announcedBefore
-                        && action(w, "actionUpload")->isEnabled();
+                        && windowAction(w, "actionUpload")->isEnabled();
              }, 15000),
              qPrintable(syslogText(w)));
     QCOMPARE(board.received().count("import machine; machine.reset(1)\r\n"), 1);
@@ -204,9 +199,9 @@ void tst_Commands::dfu()
     VirtualBoard board;
     QVERIFY(board.start());
     MorvexWindow w;
-    action(w, "actionAutomatic_Reconnect")->setChecked(true);
+    windowAction(w, "actionAutomatic_Reconnect")->setChecked(true);
     QVERIFY(connectBoard(w, board, 0));
-    action(w, "actionDFU")->trigger();
+    windowAction(w, "actionDFU")->trigger();
     QVERIFY(waitFor([&] { return board.received().contains("import machine; machine.dfu()\r\n"); }, 5000));
     QVERIFY(!MorvexWindowProbe::port(w).isOpen());
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Connection closed")));
@@ -220,7 +215,7 @@ void tst_Commands::abortDuringCommand()
     QVERIFY(board.start());
     MorvexWindow w;
     QVERIFY(connectBoard(w, board, 0));
-    QTimer::singleShot(300, &w, [&] { action(w, "actionAbort")->trigger(); });
+    QTimer::singleShot(300, &w, [&] { windowAction(w, "actionAbort")->trigger(); });
     QElapsedTimer clock;
     clock.start();
     // The abort's Ctrl-C interrupts the board; its prompt ends both waits at once.
@@ -237,11 +232,11 @@ void tst_Commands::abortWithoutBoard()
     VirtualBoard board;
     QVERIFY(board.start({QStringLiteral("--mute-after"), QStringLiteral("0")}));
     MorvexWindow w;
-    action(w, "actionMonitor_Only")->setChecked(true);
+    windowAction(w, "actionMonitor_Only")->setChecked(true);
     connectThroughPopup(w, board, 0);
     QVERIFY(waitFor([&] { return !terminalText(w).isEmpty(); }, 5000));
     MorvexWindowProbe::mcState(w) = MorvexWindow::MC_REPL;
-    action(w, "actionAbort")->trigger();
+    windowAction(w, "actionAbort")->trigger();
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Abort failed")));
 }
 

@@ -14,11 +14,6 @@ const QString boardLine = QStringLiteral(
     "Connected to micropython board pyboard (mod unknown), release 1.28.0. Core PYBv1.1 with STM32F405RG version "
     "v1.28.0 on 2026-11-21");
 
-QAction *action(MorvexWindow &w, const char *name)
-{
-    return w.findChild<QAction *>(QLatin1String(name));
-}
-
 bool announced(MorvexWindow &w)
 {
     return syslogMessages(w).contains(boardLine);
@@ -69,7 +64,7 @@ void tst_Connect::normalConnect()
     QVERIFY2(received.startsWith("\x02\x03import os;print(os.uname())\r\n"), received.constData());
     QCOMPARE(w.findChild<QTabWidget *>("logTabWidget")->currentIndex(), 1);
     QVERIFY(w.findChild<QToolBar *>("b_actionsToolBar")->isEnabled());
-    QVERIFY(action(w, "actionUpload")->isEnabled());
+    QVERIFY(windowAction(w, "actionUpload")->isEnabled());
     QCOMPARE(MorvexWindowProbe::portName(w), board.portPath());
 }
 
@@ -78,16 +73,16 @@ void tst_Connect::monitorOnly()
     VirtualBoard board;
     QVERIFY(board.start());
     MorvexWindow w;
-    action(w, "actionMonitor_Only")->setChecked(true);
-    action(w, "actionReset_MC")->setChecked(true);
+    windowAction(w, "actionMonitor_Only")->setChecked(true);
+    windowAction(w, "actionReset_MC")->setChecked(true);
     connectThroughPopup(w, board, 0);
     QVERIFY(waitFor([&] { return terminalMessages(w).contains(QStringLiteral("Opened connection to %1").arg(board.portPath())); }, 5000));
     QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
     QVERIFY(!w.findChild<QGroupBox *>("fileSystemGroup")->isEnabled());
     QVERIFY(w.findChild<QToolBar *>("b_actionsToolBar")->isEnabled());
-    QVERIFY(!action(w, "actionUpload")->isEnabled());
+    QVERIFY(!windowAction(w, "actionUpload")->isEnabled());
     // Reset MC has no effect with Monitor Only and stays checked.
-    QVERIFY(action(w, "actionReset_MC")->isChecked());
+    QVERIFY(windowAction(w, "actionReset_MC")->isChecked());
     QVERIFY(!waitFor([&] { return !board.received().isEmpty(); }, 600));
 }
 
@@ -97,10 +92,10 @@ void tst_Connect::resetWithSurvivingPort()
     QVERIFY(board.start({QStringLiteral("--reset-mode"), QStringLiteral("uart"), QStringLiteral("--reset-delay"),
                          QStringLiteral("200")}));
     MorvexWindow w;
-    action(w, "actionReset_MC")->setChecked(true);
+    windowAction(w, "actionReset_MC")->setChecked(true);
     connectThroughPopup(w, board, 0);
     QVERIFY2(waitFor([&] { return announced(w); }, 15000), qPrintable(syslogText(w)));
-    QVERIFY(!action(w, "actionReset_MC")->isChecked());
+    QVERIFY(!windowAction(w, "actionReset_MC")->isChecked());
     const QStringList log = syslogMessages(w);
     QVERIFY(inOrder(log, {QStringLiteral("REPL initialized"), QStringLiteral("MC initialization..."), boardLine}));
     QVERIFY(!log.contains(QStringLiteral("Connection deferred...")));
@@ -113,10 +108,10 @@ void tst_Connect::resetWithVanishingPort()
     QVERIFY(board.start({QStringLiteral("--reset-mode"), QStringLiteral("usb"), QStringLiteral("--reset-delay"),
                          QStringLiteral("600")}));
     MorvexWindow w;
-    action(w, "actionReset_MC")->setChecked(true);
+    windowAction(w, "actionReset_MC")->setChecked(true);
     connectThroughPopup(w, board, 0);
     QVERIFY2(waitFor([&] { return announced(w); }, 20000), qPrintable(syslogText(w)));
-    QVERIFY(!action(w, "actionReset_MC")->isChecked());
+    QVERIFY(!windowAction(w, "actionReset_MC")->isChecked());
     const QStringList log = syslogMessages(w);
     QVERIFY2(inOrder(log, {QStringLiteral("Connection closed"), QStringLiteral("Reconnecting.... Please wait."),
                            QStringLiteral("Reconnect attempt 1 of 10"),
@@ -152,7 +147,7 @@ void tst_Connect::rawReplEnterAndLeave()
     VirtualBoard board;
     QVERIFY(board.start());
     MorvexWindow w;
-    action(w, "actionMonitor_Only")->setChecked(true);
+    windowAction(w, "actionMonitor_Only")->setChecked(true);
     connectThroughPopup(w, board, 0);
     QVERIFY(waitFor([&] { return !terminalText(w).isEmpty(); }, 5000));
 
@@ -195,7 +190,7 @@ void tst_Connect::portLoss()
     VirtualBoard board;
     QVERIFY(board.start());
     MorvexWindow w;
-    action(w, "actionAutomatic_Reconnect")->setChecked(reconnect);
+    windowAction(w, "actionAutomatic_Reconnect")->setChecked(reconnect);
     connectThroughPopup(w, board, 0);
     QVERIFY(waitFor([&] { return announced(w); }, 15000));
     board.stop();
@@ -220,7 +215,7 @@ void tst_Connect::connectWhileOpenDisconnects()
     MorvexWindow w;
     connectThroughPopup(w, board, 0);
     QVERIFY(waitFor([&] { return announced(w); }, 15000));
-    action(w, "actionConnect")->trigger(); // no popup: a disconnect
+    windowAction(w, "actionConnect")->trigger(); // no popup: a disconnect
     QVERIFY(!MorvexWindowProbe::port(w).isOpen());
     QVERIFY(!syslogMessages(w).contains(QStringLiteral("Connection closed")));
     QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);

@@ -16,20 +16,6 @@
 #include "qmaterialicon.h"
 
 namespace {
-QAction *action(MorvexWindow &w, const char *name)
-{
-    return w.findChild<QAction *>(QLatin1String(name));
-}
-
-QString writeScript(const QTemporaryDir &dir, const QString &name, const QByteArray &text)
-{
-    QFile file(dir.filePath(name));
-    if (!file.open(QIODevice::WriteOnly))
-        return QString();
-    file.write(text);
-    return file.fileName();
-}
-
 QImage iconImage(const QIcon &icon)
 {
     return icon.pixmap(24, 24).toImage();
@@ -82,7 +68,7 @@ void tst_Scripts::everyScriptLoads()
     QVERIFY(board.start({QStringLiteral("--family"), family}));
     MorvexWindow w;
     MorvexWindowProbe::mcType(w) = family == QLatin1String("esp32") ? MorvexWindow::MC_ESP32 : MorvexWindow::MC_STM32;
-    action(w, "actionMonitor_Only")->setChecked(true);
+    windowAction(w, "actionMonitor_Only")->setChecked(true);
     connectThroughPopup(w, board, family == QLatin1String("esp32") ? 1 : 0);
     QVERIFY(waitFor([&] { return !terminalText(w).isEmpty(); }, 5000));
     QVERIFY(w.loadScript(QStringLiteral(":/data/%1.py").arg(script)));
@@ -130,7 +116,8 @@ void tst_Scripts::loadMissingScript()
 void tst_Scripts::loadBrokenScriptTwice()
 {
     QTemporaryDir dir;
-    const QString path = writeScript(dir, QStringLiteral("broken.py"), "def f(:\n    pass\n");
+    const QString path = dir.filePath(QStringLiteral("broken.py"));
+    QVERIFY(writeLocalFile(path, "def f(:\n    pass\n"));
     VirtualBoard board;
     QVERIFY(board.start());
     MorvexWindow w;
@@ -164,7 +151,8 @@ void tst_Scripts::runScriptLines()
     QFETCH(QStringList, shown);
     QFETCH(QStringList, hidden);
     QTemporaryDir dir;
-    const QString path = writeScript(dir, QStringLiteral("run.py"), script);
+    const QString path = dir.filePath(QStringLiteral("run.py"));
+    QVERIFY(writeLocalFile(path, script));
     VirtualBoard board;
     QVERIFY(board.start());
     MorvexWindow w;
@@ -181,12 +169,13 @@ void tst_Scripts::runScriptLines()
 void tst_Scripts::abortDuringRunScript()
 {
     QTemporaryDir dir;
-    const QString path = writeScript(dir, QStringLiteral("loop.py"), "print('start')\nwhile True:\n    pass\n");
+    const QString path = dir.filePath(QStringLiteral("loop.py"));
+    QVERIFY(writeLocalFile(path, "print('start')\nwhile True:\n    pass\n"));
     VirtualBoard board;
     QVERIFY(board.start());
     MorvexWindow w;
     QVERIFY(connectBoard(w, board, 0));
-    QTimer::singleShot(500, &w, [&] { action(w, "actionAbort")->trigger(); });
+    QTimer::singleShot(500, &w, [&] { windowAction(w, "actionAbort")->trigger(); });
     QVERIFY(w.runScript(path));
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Script %1 executed").arg(path)));
     QCOMPARE(w.state(), MorvexWindow::MC_RAW);
@@ -202,32 +191,32 @@ void tst_Scripts::gatingWalk()
     MorvexWindow w;
     auto *toolBar = w.findChild<QToolBar *>(QStringLiteral("b_actionsToolBar"));
     auto *group = w.findChild<QGroupBox *>(QStringLiteral("fileSystemGroup"));
-    auto *upload = action(w, "actionUpload");
+    auto *upload = windowAction(w, "actionUpload");
     const QImage linkIcon = iconImage(QMaterialIcon::instance()->icon(QStringLiteral("link")));
     const QImage linkOffIcon = iconImage(QMaterialIcon::instance()->icon(QStringLiteral("link_off")));
 
     // Window built.
     QVERIFY(!toolBar->isEnabled() && !upload->isEnabled() && !group->isEnabled());
-    QCOMPARE(iconImage(action(w, "actionConnect")->icon()), linkIcon);
+    QCOMPARE(iconImage(windowAction(w, "actionConnect")->icon()), linkIcon);
 
     // Port opened, monitor only: tool bar on, board actions unchanged.
-    action(w, "actionMonitor_Only")->setChecked(true);
+    windowAction(w, "actionMonitor_Only")->setChecked(true);
     connectThroughPopup(w, board, 0);
     QVERIFY(toolBar->isEnabled());
     QVERIFY(!upload->isEnabled());
     QVERIFY(!group->isEnabled());
-    QCOMPARE(iconImage(action(w, "actionConnect")->icon()), linkOffIcon);
+    QCOMPARE(iconImage(windowAction(w, "actionConnect")->icon()), linkOffIcon);
 
     // queryInfo through Abort: board actions on, file area on.
-    action(w, "actionAbort")->trigger();
+    windowAction(w, "actionAbort")->trigger();
     QVERIFY(upload->isEnabled());
     QVERIFY(group->isEnabled());
 
     // Reset: board actions off until the next queryInfo.
-    action(w, "actionReset")->trigger();
+    windowAction(w, "actionReset")->trigger();
     QVERIFY(!upload->isEnabled());
-    QVERIFY(action(w, "actionAbort")->isEnabled() && action(w, "actionReset")->isEnabled()
-            && action(w, "actionDFU")->isEnabled());
+    QVERIFY(windowAction(w, "actionAbort")->isEnabled() && windowAction(w, "actionReset")->isEnabled()
+            && windowAction(w, "actionDFU")->isEnabled());
     QVERIFY(waitFor([&] { return upload->isEnabled(); }, 10000));
 
     // An upload switches them off while it runs and on at its end.
@@ -250,11 +239,11 @@ void tst_Scripts::gatingWalk()
     QVERIFY(group->isEnabled());
 
     // closeLink: tool bar off, board actions unchanged, icon back to "link".
-    action(w, "actionConnect")->trigger();
+    windowAction(w, "actionConnect")->trigger();
     QVERIFY(!toolBar->isEnabled());
     QVERIFY(upload->isEnabled());
     QVERIFY(!group->isEnabled());
-    QCOMPARE(iconImage(action(w, "actionConnect")->icon()), linkIcon);
+    QCOMPARE(iconImage(windowAction(w, "actionConnect")->icon()), linkIcon);
 }
 
 QTEST_MAIN(tst_Scripts)

@@ -17,23 +17,6 @@
 #include <QTreeView>
 
 namespace {
-bool writeLocal(const QString &path, const QByteArray &data)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
-}
-
-QModelIndex boardRow(MorvexWindow &w, const QString &name)
-{
-    MCDirModel &model = MorvexWindowProbe::mcModel(w);
-    for (int i = 0; i < model.rowCount(); ++i) {
-        if (model.fileName(model.index(i, 0)) == name)
-            return model.index(i, 0);
-    }
-    return QModelIndex();
-}
-
 void doubleClick(QAbstractItemView *view, const QModelIndex &index)
 {
     QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, index));
@@ -62,7 +45,7 @@ private:
 void tst_Panes::pcFolder()
 {
     QTemporaryDir dir;
-    QVERIFY(writeLocal(dir.filePath(QStringLiteral("sub/a.txt")), "a"));
+    QVERIFY(writeLocalFile(dir.filePath(QStringLiteral("sub/a.txt")), "a"));
     MorvexWindow w;
     w.loadWindowState();
     auto *edit = w.findChild<QLineEdit *>(QStringLiteral("pcFolderEdit"));
@@ -167,7 +150,7 @@ void tst_Panes::pcDoubleClick()
 
     QTemporaryDir dir;
     const QString path = dir.filePath(file);
-    QVERIFY(writeLocal(path, "print('ran here')\n"));
+    QVERIFY(writeLocalFile(path, "print('ran here')\n"));
     QSettings().setValue(QStringLiteral("MC/SuggestExecute"), suggestExecute);
     VirtualBoard board;
     QVERIFY(board.start());

@@ -1,7 +1,7 @@
 #include "testsupport.h"
 
 #include "connectionpopup.h"
-#include "morvexwindow.h"
+#include "morvexwindowprobe.h"
 #include "virtualboard.h"
 
 #include <QAction>
@@ -9,6 +9,9 @@
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QLineEdit>
@@ -154,6 +157,28 @@ QString syslogText(MorvexWindow &window)
 QString terminalText(MorvexWindow &window)
 {
     return window.findChild<QTextBrowser *>(QStringLiteral("runtimeLogBrowser"))->toPlainText();
+}
+
+QAction *windowAction(MorvexWindow &window, const char *name)
+{
+    return window.findChild<QAction *>(QLatin1String(name));
+}
+
+QModelIndex boardRow(MorvexWindow &window, const QString &name)
+{
+    const MCDirModel &model = MorvexWindowProbe::mcModel(window);
+    for (int i = 0; i < model.rowCount(); ++i) {
+        if (model.fileName(model.index(i, 0)) == name)
+            return model.index(i, 0);
+    }
+    return QModelIndex();
+}
+
+bool writeLocalFile(const QString &path, const QByteArray &data)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
 }
 
 static QStringList messagesOf(const QString &text)

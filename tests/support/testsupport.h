@@ -9,6 +9,8 @@
 #include <functional>
 
 class MorvexWindow;
+class QAction;
+class QModelIndex;
 class VirtualBoard;
 
 // Points QSettings and QStandardPaths at a private temporary store for the
@@ -72,6 +74,13 @@ QStringList syslogMessages(MorvexWindow &window);
 QStringList terminalMessages(MorvexWindow &window);
 // True if each of expected occurs in messages, in this order (others may stand between).
 bool inOrder(const QStringList &messages, const QStringList &expected);
+
+// The window's action or board pane row of that name (null / invalid if none).
+QAction *windowAction(MorvexWindow &window, const char *name);
+QModelIndex boardRow(MorvexWindow &window, const QString &name);
+
+// Writes a local file, making its folders; true when all was written.
+bool writeLocalFile(const QString &path, const QByteArray &data);
 
 // Waits (serving events) until pred() holds or timeoutMs have passed.
 bool waitFor(const std::function<bool()> &pred, int timeoutMs);
