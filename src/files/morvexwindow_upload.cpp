@@ -21,8 +21,7 @@ bool MorvexWindow::uploadData(QIODevice &source, const QString &target)
                                       QStringLiteral(":/data/upload_e.py"));
     if (!loadScript(script))
         return false;
-    const int setting = settings.value(QStringLiteral("MC/TransferSize"), 0).toInt();
-    const int chunk = setting >= 32 ? setting : 512;
+    const int chunk = transferChunkSize();
     // No reply is awaited: the board stays silent until the size packet, its "OK" waits in the buffer.
     if (!transmit(QStringLiteral("_upload('%1', %2)").arg(target).arg(chunk).toLatin1() + CTRL_D))
         return false;

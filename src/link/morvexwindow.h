@@ -78,6 +78,7 @@ public:
     // morvexwindow_bytes.cpp
     void splitReplies(const QByteArray &terminator);
     bool transmit(const QByteArray &data);
+    int transferChunkSize() const; // "MC/TransferSize", or 512 below 32
     // Drops pieces from the front of rxQueue up to the first that starts with
     // lead, and takes that one; empty when the queue runs out first.
     QByteArray takeReplyStartingWith(char lead);

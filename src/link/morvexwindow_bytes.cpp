@@ -77,10 +77,16 @@ QByteArray MorvexWindow::takeReplyStartingWith(char lead)
     return QByteArray();
 }
 
+int MorvexWindow::transferChunkSize() const
+{
+    // Below 32 means the built-in size; uploads use the same chunks so a packet leaves in one write.
+    const int setting = settings.value(QStringLiteral("MC/TransferSize"), 0).toInt();
+    return setting >= 32 ? setting : 512;
+}
+
 bool MorvexWindow::transmit(const QByteArray &data)
 {
-    const int setting = settings.value(QStringLiteral("MC/TransferSize"), 0).toInt();
-    const int chunk = setting >= 32 ? setting : 512;
+    const int chunk = transferChunkSize();
     int sent = 0;
     while (port.isOpen() && sent < data.size()) {
         // The whole flow control: pause until the board says something, or 100 ms.

@@ -11,13 +11,6 @@
 #include <QTest>
 #include <QTimer>
 
-namespace {
-int countOf(const QStringList &messages, const QString &message)
-{
-    return int(messages.count(message));
-}
-} // namespace
-
 class tst_Commands : public QObject
 {
     Q_OBJECT
@@ -223,7 +216,7 @@ void tst_Commands::abortDuringCommand()
     QVERIFY(clock.elapsed() < 5000);
     QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Stopped")); }, 10000));
     QVERIFY(board.received().contains("time.sleep(20)\r\n\x03"));
-    QCOMPARE(countOf(syslogMessages(w), QStringLiteral("Abort failed")), 0);
+    QVERIFY(!syslogMessages(w).contains(QStringLiteral("Abort failed")));
 }
 
 void tst_Commands::abortWithoutBoard()

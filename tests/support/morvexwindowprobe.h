@@ -9,17 +9,12 @@ struct MorvexWindowProbe
     static QByteArray &rxBuffer(MorvexWindow &w) { return w.rxBuffer; }
     static QSerialPort &port(MorvexWindow &w) { return w.port; }
     static QString &portName(MorvexWindow &w) { return w.portName; }
-    static QString &portSerial(MorvexWindow &w) { return w.portSerial; }
     static MorvexWindow::MC_TYPES &mcType(MorvexWindow &w) { return w.mcType; }
     static MorvexWindow::MC_STATE &mcState(MorvexWindow &w) { return w.mcState; }
-    static bool &reconnectOnLoss(MorvexWindow &w) { return w.reconnectOnLoss; }
     static bool &stopOnConnect(MorvexWindow &w) { return w.stopOnConnect; }
-    static int &reconnectAttempts(MorvexWindow &w) { return w.reconnectAttempts; }
     static QTimer &reconnectTimer(MorvexWindow &w) { return w.reconnectTimer; }
-    static QTimer &queryTimer(MorvexWindow &w) { return w.queryTimer; }
     static MCDirModel &mcModel(MorvexWindow &w) { return w.mcModel; }
     static QFileSystemModel &pcModel(MorvexWindow &w) { return w.pcModel; }
     static QString &termTimeColor(MorvexWindow &w) { return w.termTimeColor; }
     static QString &logTimeColor(MorvexWindow &w) { return w.logTimeColor; }
-    static QTemporaryFile *&editTemp(MorvexWindow &w) { return w.editTemp; }
 };
