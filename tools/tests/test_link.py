@@ -84,6 +84,57 @@ class CommandLine(unittest.TestCase):
                 self.assertLess(took, expected * 1.5)
 
 
+class Delivery(unittest.TestCase):
+    """The same bytes in every delivery mode; only how the host's reads see them differs."""
+
+    def reads_of_output(self, *args):
+        size = 2000
+        with VirtualBoard(*args) as board:
+            link = board.open()
+            to_raw(link)
+            link.write(b"import sys\nsys.stdout.write('w' * %d)\x04" % size)
+            pieces = []
+            data = b''
+            start = time.monotonic()
+            while not data.endswith(b'\x04\x04>'):
+                self.assertTrue(link.fill(time.monotonic() + 5), data[-100:])
+                pieces.append(len(link.buf))
+                data += link.buf
+                link.buf = b''
+            took = time.monotonic() - start
+            self.assertEqual(data, b'OK' + b'w' * size + b'\x04\x04>')
+            return pieces, took, board.errors()
+
+    def test_modes(self):
+        usb, _, _ = self.reads_of_output()
+        self.assertLessEqual(len(usb), 3)
+        for mode in ('uart', 'bytes', 'random'):
+            with self.subTest(mode=mode):
+                pieces, took, errors = self.reads_of_output('--delivery', mode, '--baud', '115200')
+                self.assertGreater(len(pieces), 20)
+                self.assertGreater(took, 2000 * 10 / 115200.0 * 0.8)  # at the line rate
+                self.assertEqual('random delivery seed' in errors, mode == 'random')
+
+    def test_uart_has_a_line_rate_of_its_own(self):
+        _, took, _ = self.reads_of_output('--delivery', 'uart')
+        self.assertGreater(took, 2000 * 10 / 115200.0 * 0.8)
+
+
+class StockFirmware(unittest.TestCase):
+
+    def test_machine_reset_refuses_an_argument(self):
+        with VirtualBoard('--stock-reset', '--reset-mode', 'inplace') as board:
+            link = board.open()
+            prompt(link)
+            link.write(b'import machine; machine.reset(1)\r\n')
+            self.assertEqual(link.read_until(b'>>> '),
+                             b'import machine; machine.reset(1)\r\nTraceback (most recent call last):\r\n'
+                             b'  File "<stdin>", line 1, in <module>\r\n'
+                             b'TypeError: function takes 0 positional arguments but 1 were given\r\n>>> ')
+            link.write(b'import machine; machine.reset()\r\n')
+            self.assertIn(b'Type "help()" for more information.', link.read_until(b'>>> '))
+
+
 class Faults(unittest.TestCase):
 
     def test_mute_after(self):

@@ -74,7 +74,7 @@ class Board(ReplMixin):
             (self.family, opts.identity), 2008 if self.family == 'stm32' else 512)
         self.fs = BoardFS(opts.fs, self.family, blocks, self.clock, sizes=not opts.no_sizes)
         self.transcript = Transcript(opts.transcript)
-        self.port = Port(opts.link, self.transcript, opts.baud)
+        self.port = Port(opts.link, self.transcript, opts.baud, opts.delivery, opts.seed)
         self.queue = InputQueue()
         self.faults = Faults(opts)
         self.rx_fault = Corruption(opts.corrupt_rx)

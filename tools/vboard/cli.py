@@ -1,6 +1,8 @@
 """Command line of the virtual board."""
 
 import argparse
+import random
+import sys
 
 
 def _call_and_count(text):
@@ -22,6 +24,12 @@ def parse(argv):
     p.add_argument('--no-md5', action='store_true')
     p.add_argument('--no-sizes', action='store_true')
     p.add_argument('--baud', type=int, default=0)
+    p.add_argument('--delivery', choices=('usb', 'uart', 'bytes', 'random'), default='usb',
+                   help='how output reaches the host: whole packets (usb), 1 ms of the line at a time '
+                        '(uart, 115200 baud unless --baud), single bytes, or random pieces')
+    p.add_argument('--seed', type=int, help='seed of the random delivery (printed when chosen here)')
+    p.add_argument('--stock-reset', action='store_true',
+                   help='machine.reset() refuses an argument, as on stock firmware')
     p.add_argument('--drop-after', type=int, metavar='N')
     p.add_argument('--return-after', type=int, metavar='MS')
     p.add_argument('--stall-after', type=int, metavar='N')
@@ -33,6 +41,9 @@ def parse(argv):
     p.add_argument('--corrupt-tx', type=_call_and_count, metavar='CALL:N')
     p.add_argument('--transcript', metavar='FILE')
     opts = p.parse_args(argv)
+    if opts.delivery == 'random' and opts.seed is None:
+        opts.seed = random.randrange(1 << 32)
+        print('random delivery seed %d' % opts.seed, file=sys.stderr, flush=True)
     if opts.identity is None:
         opts.identity = 'pyboard' if opts.family == 'stm32' else 'esp32'
     if opts.reset_mode is None:

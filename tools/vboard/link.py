@@ -1,6 +1,7 @@
 """The serial line: the pty behind a stable link, its input queue and output pacing."""
 
 import os
+import random
 import select
 import threading
 import time
@@ -75,7 +76,7 @@ class InputQueue:
 class Port:
     """The pty master and the symlink that points at its slave."""
 
-    def __init__(self, link, transcript, baud=0):
+    def __init__(self, link, transcript, baud=0, delivery='usb', seed=None):
         self.link = os.path.abspath(link)
         self.transcript = transcript
         self.lock = threading.Lock()
@@ -84,8 +85,26 @@ class Port:
         self.generation = 0
         self.present = threading.Condition(self.lock)
         self.muted = False
+        # A USB-UART bridge has a line rate even when the test does not set one.
+        if delivery == 'uart' and not baud:
+            baud = 115200
         self.byte_time = 10.0 / baud if baud else 0.0
         self.tx_free = 0.0
+        self.pieces = self._piece_sizes(delivery, baud, seed)
+
+    @staticmethod
+    def _piece_sizes(delivery, baud, seed):
+        """How the host's reads see the board's output: an endless run of piece sizes."""
+        if delivery == 'uart':
+            # What 1 ms of the line carries, as a bridge polled every millisecond hands it on.
+            size = max(1, baud // 10000)
+            return lambda: size
+        if delivery == 'bytes':
+            return lambda: 1
+        if delivery == 'random':
+            rng = random.Random(seed)
+            return lambda: rng.choice((1, 1, 2, 3, 5, 8, 13, 64, 300))
+        return None
 
     def open(self):
         master, slave = os.openpty()
@@ -159,15 +178,24 @@ class Port:
                 return
             self.transcript.log('<<', data)
             view = memoryview(data)
-            step = max(1, int(0.005 / self.byte_time)) if self.byte_time else len(view)
             try:
                 while view:
+                    if self.pieces is not None:
+                        step = self.pieces()
+                    elif self.byte_time:
+                        step = max(1, int(0.005 / self.byte_time))
+                    else:
+                        step = len(view)
                     piece = view[:step]
                     if self.byte_time:
                         now = time.monotonic()
                         if self.tx_free > now:
                             time.sleep(self.tx_free - now)
                         self.tx_free = max(now, self.tx_free) + len(piece) * self.byte_time
+                    elif self.pieces is not None and len(view) > step:
+                        # Unthrottled pieces still leave one by one, so that a
+                        # reader can wake up between them.
+                        time.sleep(0.0002)
                     n = os.write(fd, piece)
                     view = view[n:]
             except OSError:

@@ -218,6 +218,8 @@ def make_machine(board):
     clock = board.clock
 
     def reset(*args):
+        if args and board.opts.stock_reset:
+            raise TypeError('function takes 0 positional arguments but %d were given' % len(args))
         board.hard_reset('reset')
 
     def dfu(*args):
