@@ -1,4 +1,4 @@
-// Package upload and synchronisation entry points; their transfers come later.
+// Package upload entry points; their transfers come later.
 #include "morvexwindow.h"
 
 void MorvexWindow::uploadZPack(const QString &path)
@@ -13,20 +13,7 @@ void MorvexWindow::uploadZfw(const QString &path)
     logLine(tr("Package upload is not available yet"));
 }
 
-void MorvexWindow::syncFiles(const QString &localRoot, const QStringList &names, bool uploadMissing)
-{
-    Q_UNUSED(localRoot)
-    Q_UNUSED(names)
-    Q_UNUSED(uploadMissing)
-    logLine(tr("Synchronization is not available yet"));
-}
-
 void MorvexWindow::on_actionUpload_Package_triggered()
 {
     logLine(tr("Package upload is not available yet"));
-}
-
-void MorvexWindow::on_actionSync_triggered()
-{
-    logLine(tr("Synchronization is not available yet"));
 }

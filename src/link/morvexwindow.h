@@ -141,9 +141,11 @@ public:
     // morvexwindow_targets.cpp (src/files)
     void uploadWithPolicy(const QFileInfo &file);
 
-    // morvexwindow_packages.cpp (src/files): package and sync entry points
+    // morvexwindow_packages.cpp (src/files)
     void uploadZPack(const QString &path);
     void uploadZfw(const QString &path);
+
+    // morvexwindow_sync.cpp (src/files)
     void syncFiles(const QString &localRoot, const QStringList &names, bool uploadMissing);
 
     // morvexwindow_panes.cpp (src/shell)
@@ -204,6 +206,8 @@ private slots:
 
     // morvexwindow_packages.cpp
     void on_actionUpload_Package_triggered();
+
+    // morvexwindow_sync.cpp
     void on_actionSync_triggered();
 
     // morvexwindow_panes.cpp
