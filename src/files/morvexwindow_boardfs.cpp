@@ -16,14 +16,16 @@ bool MorvexWindow::removeBoardPath(const QString &path, bool isDir)
     if (!loadScript(script))
         return false;
     const QString call = QStringLiteral("%1('%2')").arg(isDir ? QStringLiteral("_rmd") : QStringLiteral("_rm"), path);
-    if (!exchange(call.toLatin1() + CTRL_D, 5000))
+    // The ">" in front closes the raw REPL's "OK" alone; the result follows in a record of its own.
+    const auto result = [](const QByteArray &item) { return item.startsWith('#') || endsRawCommand(item); };
+    if (!exchange(call.toLatin1() + CTRL_D, 5000, result))
         return false;
-    QByteArray result = takeReplyStartingWith('#');
-    if (result.startsWith("#0")) {
+    QByteArray reply = takeReplyStartingWith('#');
+    if (reply.startsWith("#0")) {
         logLine(tr("%1 removed").arg(path));
         return true;
     }
-    logLine(tr("Removal error: %1. Aborted").arg(QString::fromLatin1(result.mid(2).replace('\x04', ' '))));
+    logLine(tr("Removal error: %1. Aborted").arg(QString::fromLatin1(reply.mid(2).replace('\x04', ' '))));
     return false;
 }
 

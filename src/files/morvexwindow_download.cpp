@@ -7,6 +7,8 @@
 #include <QFileInfo>
 #include <QMessageBox>
 
+#include <algorithm>
+
 bool MorvexWindow::downloadData(const QString &source, QIODevice &sink)
 {
     setBoardActions(false);
@@ -15,13 +17,18 @@ bool MorvexWindow::downloadData(const QString &source, QIODevice &sink)
         script = QStringLiteral(":/data/download.py");
     if (!loadScript(script))
         return false;
+    quint64 mark = replyMark();
     if (!transmit(QStringLiteral("_download('%1')").arg(source).toLatin1() + CTRL_D))
         return false;
     logLine(tr("Downloading %1").arg(source));
 
+    // The next block, the end, or a failure answers an acknowledge.
+    const auto answersBlock = [](const QByteArray &item) {
+        return item.endsWith("#8") || item.endsWith("#7") || item.endsWith("#6") || endsRawCommand(item);
+    };
     quint64 sum = 0;
-    int idle = 1;
     bool running = true;
+    bool returned = false; // _download has ended, and the raw REPL's end follows
     // Handles one queued item; false ends the transfer.
     auto handle = [&](const QByteArray &item) {
         if (item == "OK" || item.isEmpty())
@@ -31,12 +38,13 @@ bool MorvexWindow::downloadData(const QString &source, QIODevice &sink)
             sink.write(block);
             for (const char byte : block)
                 sum += quint8(byte);
-            if (!exchange(QByteArrayLiteral("^^"), 1000)) {
+            if (!exchange(QByteArrayLiteral("^^"), 1000, answersBlock)) {
                 logLine(tr("Communication timed out"));
                 return false;
             }
             return true;
         }
+        returned = item.endsWith("#7") || item.endsWith("#6");
         if (item.endsWith("#7")) {
             const quint64 boardSum = item.left(item.size() - 2).toULongLong();
             const quint32 localSum = quint32(sum);
@@ -54,25 +62,20 @@ bool MorvexWindow::downloadData(const QString &source, QIODevice &sink)
         return false;
     };
 
+    // Blocks after the first arrive inside the exchange of "^^"; the first one and the
+    // end are awaited here, until about two seconds of silence.
     while (running) {
-        if (!rxQueue.isEmpty()) {
-            do {
-                while (running && !rxQueue.isEmpty())
-                    running = handle(rxQueue.takeFirst());
-                if (!running)
-                    break;
-                waitInput(200);
-                idle = 2;
-            } while (!rxQueue.isEmpty());
-            if (!running)
-                break;
-        }
-        waitInput(200);
-        if (idle > 9)
+        if (rxQueue.isEmpty()
+            && !awaitReply(mark, [](const QByteArray &) { return true; }, 2000, Deadline::FromLastByte))
             break;
-        ++idle;
+        while (running && !rxQueue.isEmpty())
+            running = handle(rxQueue.takeFirst());
+        mark = replyMark();
     }
 
+    // Its end is part of this command's reply, not a leftover for the next one.
+    if (returned && std::none_of(rxQueue.cbegin(), rxQueue.cend(), endsRawCommand))
+        awaitReply(replyMark(), endsRawCommand, 1000);
     setBoardActions(true);
     rxQueue.clear();
     return transmit(QByteArrayLiteral("\x01"));

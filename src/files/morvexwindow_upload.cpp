@@ -10,6 +10,12 @@ QByteArray packet(char lead, quint32 value)
 {
     return lead + QByteArray::number(value).rightJustified(10, '0');
 }
+
+// _upload answers a packet with "#9", or ends with its result.
+bool answersPacket(const QByteArray &item)
+{
+    return item.endsWith("#9") || MorvexWindow::endsRawCommand(item);
+}
 } // namespace
 
 bool MorvexWindow::uploadData(QIODevice &source, const QString &target)
@@ -25,7 +31,7 @@ bool MorvexWindow::uploadData(QIODevice &source, const QString &target)
     // No reply is awaited: the board stays silent until the size packet, its "OK" waits in the buffer.
     if (!transmit(QStringLiteral("_upload('%1', %2)").arg(target).arg(chunk).toLatin1() + CTRL_D))
         return false;
-    if (!exchange(packet('!', quint32(total)), 5000)) {
+    if (!exchange(packet('!', quint32(total)), 5000, answersPacket)) {
         logLine(tr("Error while starting the transmission. Aborted"));
         return false;
     }
@@ -43,7 +49,7 @@ bool MorvexWindow::uploadData(QIODevice &source, const QString &target)
     ui->progressBar->setRange(0, total);
     ui->progressBar->show();
     for (int offset = 0; offset < total; offset += chunk) {
-        if (!exchange(encoded.mid(offset, chunk), 6000)) {
+        if (!exchange(encoded.mid(offset, chunk), 6000, answersPacket)) {
             logLine(tr("Transmission error. Aborted"));
             ui->progressBar->hide();
             return false;
@@ -68,7 +74,7 @@ bool MorvexWindow::uploadData(QIODevice &source, const QString &target)
     for (const char byte : encoded)
         sum += quint8(byte);
     delayMs(400);
-    if (!exchange(packet('@', sum), 5000)) {
+    if (!exchange(packet('@', sum), 5000, answersPacket)) {
         logLine(tr("Finalization error (during transmission phase). Aborted"));
         return false;
     }

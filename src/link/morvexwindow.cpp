@@ -12,6 +12,8 @@ const QByteArray MorvexWindow::PROMPT = QByteArrayLiteral(">>> ");
 const QByteArray MorvexWindow::RAW_PROMPT = QByteArrayLiteral(">");
 const QByteArray MorvexWindow::EOL_PROMPT = QByteArrayLiteral("\r\n>>> ");
 const QByteArray MorvexWindow::EOL_RAW_PROMPT = QByteArrayLiteral("\r\n>");
+const QByteArray MorvexWindow::RESET_LINE = QByteArrayLiteral("import machine; machine.reset(1)\r\n");
+const QByteArray MorvexWindow::LAUNCH_LINE = QByteArrayLiteral("import machine; machine.reset()\r\n");
 
 MorvexWindow::MorvexWindow(QWidget *parent)
     : QMainWindow(parent)

@@ -14,6 +14,8 @@
 #include <QString>
 #include <QTimer>
 
+#include <functional>
+
 class MVUpdater;
 class QCloseEvent;
 class QFileInfo;
@@ -65,6 +67,8 @@ public:
     static const QByteArray RAW_PROMPT; // ">"
     static const QByteArray EOL_PROMPT;     // "\r\n>>> ", kept for completeness
     static const QByteArray EOL_RAW_PROMPT; // "\r\n>"
+    static const QByteArray RESET_LINE;     // machine.reset(1), the reset
+    static const QByteArray LAUNCH_LINE;    // machine.reset(), the launch
 
     explicit MorvexWindow(QWidget *parent = nullptr);
     ~MorvexWindow() override;
@@ -76,6 +80,12 @@ public:
     void saveConnectionFlags();
 
     // morvexwindow_bytes.cpp
+    // Tells whether one reply item is what a wait is waiting for. It sees each
+    // item once, in the order of arrival, so it may keep state of its own.
+    using ReplyTest = std::function<bool(const QByteArray &item)>;
+    // Where a wait's time limit counts from: its start, or the last byte received.
+    enum class Deadline { FromStart, FromLastByte };
+
     void splitReplies(const QByteArray &terminator);
     bool transmit(const QByteArray &data);
     int transferChunkSize() const; // "MC/TransferSize", or 512 below 32
@@ -83,6 +93,17 @@ public:
     // lead, and takes that one; empty when the queue runs out first.
     QByteArray takeReplyStartingWith(char lead);
     bool exchange(const QByteArray &data, int timeoutMs);
+    bool exchange(const QByteArray &data, int timeoutMs, const ReplyTest &answers);
+    // Marks the reply items queued so far: a wait looks only at items queued after its mark.
+    quint64 replyMark() const { return m_itemsQueued; }
+    // The one wait on the board: a nested loop until an item queued after mark
+    // passes answers, or the time limit runs out (false).
+    bool awaitReply(quint64 mark, const ReplyTest &answers, int limitMs, Deadline deadline = Deadline::FromStart);
+    // What answers data sent in the present state: in the friendly REPL the
+    // prompt that follows this command's echo, in the raw REPL every record.
+    ReplyTest defaultAnswer(const QByteArray &data) const;
+    // The raw REPL's end of a command: 0x04 before its '>', or the soft reboot of an empty one.
+    static bool endsRawCommand(const QByteArray &item);
     void waitInput(int ms);
     void delayMs(int ms);
 
@@ -99,6 +120,8 @@ public:
     QHash<QString, QString> readUname();
     void reportBoard();
     QByteArray boardHash(const QString &path);
+    // After the reset line: whether the board refused it, as stock firmware does.
+    bool resetRefused(quint64 mark);
 
     // morvexwindow_scripts.cpp
     bool loadScript(const QString &path);
@@ -253,6 +276,7 @@ private:
     MC_STATE mcState = MC_UNKNOWN;
     QByteArray rxBuffer;
     QList<QByteArray> rxQueue;
+    quint64 m_itemsQueued = 0; // every piece ever put into rxQueue, for the marks of waits
     QTimer reconnectTimer;
     QTimer queryTimer;
     QTemporaryFile *editTemp = nullptr;

@@ -36,6 +36,7 @@ void MorvexWindow::splitReplies(const QByteArray &terminator)
         if (found > pos) {
             const QByteArray piece = rxBuffer.mid(pos, found - pos);
             rxQueue.append(piece);
+            ++m_itemsQueued;
             if (mcState == MC_RAW || (mcState == MC_REPL && piece == PROMPT))
                 emit eod();
         }
@@ -50,6 +51,7 @@ void MorvexWindow::splitReplies(const QByteArray &terminator)
     // A friendly reply ends with the prompt standing alone after the last line end.
     if (mcState == MC_REPL && rxBuffer == PROMPT) {
         rxQueue.append(PROMPT);
+        ++m_itemsQueued;
         rxBuffer.clear();
         emit eod();
     }
@@ -102,20 +104,103 @@ bool MorvexWindow::transmit(const QByteArray &data)
 
 bool MorvexWindow::exchange(const QByteArray &data, int timeoutMs)
 {
-    QTimer timer;
-    timer.setSingleShot(true);
-    timer.setInterval(timeoutMs);
-    QEventLoop loop;
-    connect(&timer, &QTimer::timeout, &loop, [&loop] { loop.exit(1); });
-    connect(this, &MorvexWindow::eod, &loop, [&loop] { loop.exit(0); });
+    return exchange(data, timeoutMs, defaultAnswer(data));
+}
 
+bool MorvexWindow::exchange(const QByteArray &data, int timeoutMs, const ReplyTest &answers)
+{
     processQueue();
+    // Replies may begin while a long text is still going out.
+    const quint64 mark = replyMark();
     if (!transmit(data))
         return false;
+    return awaitReply(mark, answers, timeoutMs);
+}
+
+bool MorvexWindow::awaitReply(quint64 mark, const ReplyTest &answers, int limitMs, Deadline deadline)
+{
+    quint64 seen = mark;
+    // Items taken from the queue by a nested operation are gone unseen; the rest
+    // stand at its end, in the order of arrival.
+    auto answered = [&] {
+        const quint64 fresh = m_itemsQueued - seen;
+        seen = m_itemsQueued;
+        const int count = int(qMin<quint64>(fresh, quint64(rxQueue.size())));
+        bool found = false;
+        for (int i = rxQueue.size() - count; i < rxQueue.size() && !found; ++i)
+            found = answers(rxQueue.at(i));
+        return found;
+    };
+    if (answered())
+        return true;
+
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.setInterval(limitMs);
+    QEventLoop loop;
+    connect(&timer, &QTimer::timeout, &loop, [&loop] { loop.exit(1); });
+    auto look = [&] {
+        if (answered())
+            loop.exit(0);
+    };
+    // Both come after io_ready has split what arrived.
+    connect(this, &MorvexWindow::eod, &loop, look);
+    connect(&port, &QSerialPort::readyRead, &loop, [&] {
+        if (deadline == Deadline::FromLastByte)
+            timer.start();
+        look();
+    });
     timer.start();
     const int result = loop.exec();
     timer.stop();
     return result == 0;
+}
+
+MorvexWindow::ReplyTest MorvexWindow::defaultAnswer(const QByteArray &data) const
+{
+    if (mcState == MC_RAW)
+        return [](const QByteArray &) { return true; };
+    if (mcState != MC_REPL)
+        return [](const QByteArray &) { return false; };
+
+    // The friendly REPL prompts after each Enter, each pasted block and each control key.
+    int prompts = 0;
+    bool typed = false;
+    bool pasting = false;
+    for (int i = 0; i < data.size(); ++i) {
+        const char c = data.at(i);
+        if (pasting) {
+            if (c == '\x04') {
+                pasting = false;
+                ++prompts;
+            }
+            continue;
+        }
+        if (c == '\r' || (c == '\n' && (i == 0 || data.at(i - 1) != '\r')))
+            ++prompts;
+        else if (c == '\x05')
+            pasting = typed = true;
+        else if (c != '\n' && c != '\x02' && c != '\x03')
+            typed = true;
+    }
+    // Control keys alone: how many prompts follow depends on what the board was
+    // doing, so the first ends the wait and a settle takes the rest.
+    if (!typed)
+        return [](const QByteArray &item) { return item == PROMPT; };
+    // A typed command is echoed before anything it causes: prompts ahead of the
+    // echo are left over from the command before.
+    return [prompts, echoed = false, counted = 0](const QByteArray &item) mutable {
+        if (item != PROMPT) {
+            echoed = true;
+            return false;
+        }
+        return echoed && ++counted >= prompts;
+    };
+}
+
+bool MorvexWindow::endsRawCommand(const QByteArray &item)
+{
+    return item.endsWith('\x04') || item.contains("MPY: soft reboot");
 }
 
 void MorvexWindow::waitInput(int ms)

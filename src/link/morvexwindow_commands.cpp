@@ -81,11 +81,29 @@ void MorvexWindow::on_actionLaunch_triggered()
     // A board whose USB port vanishes on reset is reconnected as a monitor.
     reconnectOnLoss = true;
     stopOnConnect = false;
-    if (!transmit(QByteArrayLiteral("import machine; machine.reset()\r\n")))
+    if (!transmit(LAUNCH_LINE))
         logLine(tr("Launch failed"));
     logLine(tr("Launching..."));
     processQueue();
     setState(MC_RUNNING);
+}
+
+bool MorvexWindow::resetRefused(quint64 mark)
+{
+    // Stock firmware's machine.reset takes no argument: it refuses at once and keeps
+    // running. A board that does reset falls silent, or its port goes.
+    bool refused = false;
+    awaitReply(
+        mark,
+        [&refused, echoed = false](const QByteArray &item) mutable {
+            if (item.startsWith("TypeError: function takes 0 positional arguments but 1 were given"))
+                return refused = true;
+            if (item != PROMPT)
+                echoed = true;
+            return echoed && item == PROMPT;
+        },
+        200, Deadline::FromLastByte);
+    return refused;
 }
 
 void MorvexWindow::on_actionReset_triggered()
@@ -95,14 +113,18 @@ void MorvexWindow::on_actionReset_triggered()
     reconnectOnLoss = true;
     stopOnConnect = true;
     queryTimer.stop();
-    queryTimer.start();
-    if (!transmit(QByteArrayLiteral("import machine; machine.reset(1)\r\n"))) {
-        queryTimer.stop();
+    const quint64 mark = replyMark();
+    const bool sent = transmit(RESET_LINE);
+    if (!sent)
         logLine(tr("Restart failed"));
-    }
     setBoardActions(false);
     logLine(tr("Resetting..."));
     processQueue();
+    if (sent && resetRefused(mark))
+        transmit(LAUNCH_LINE);
+    // A port that fell with the reset leaves the rest to the reconnect.
+    if (sent && port.isOpen())
+        queryTimer.start();
 }
 
 void MorvexWindow::on_actionDFU_triggered()

@@ -34,9 +34,14 @@ void MorvexWindow::settleBoard(bool afterReset)
     } else {
         waitInput(100);
     }
+    // A turn ends at the next whole piece, or when the board has been quiet for 200 ms:
+    // bytes trickling in through a slow line are not silence. Where io_ready shows
+    // every line at once, one turn is the whole settle.
+    const bool replies = mcState == MC_REPL || mcState == MC_RAW;
     for (;;) {
         processQueue();
-        waitInput(200);
+        awaitReply(replyMark(), [](const QByteArray &) { return true; }, 200,
+                   replies ? Deadline::FromLastByte : Deadline::FromStart);
         io_ready();
         if (rxQueue.isEmpty() || !port.isOpen())
             break;
@@ -77,7 +82,9 @@ bool MorvexWindow::enterRawRepl()
     if (old == MC_RAW)
         return true;
     setState(MC_RAW);
-    if (!exchange(QByteArrayLiteral("\x01"), 5000)) {
+    // The banner answers; a record left over from before does not.
+    const auto banner = [](const QByteArray &item) { return item.contains("raw REPL; CTRL-B to exit"); };
+    if (!exchange(QByteArrayLiteral("\x01"), 5000, banner)) {
         settleBoard(false);
         setState(old);
         return false;
@@ -103,7 +110,10 @@ MorvexWindow::MC_RES MorvexWindow::stopBoard(bool noReset)
         // A port that vanishes with the reset is brought back and taken over again.
         reconnectOnLoss = true;
         stopOnConnect = true;
-        if (!transmit(QByteArrayLiteral("import machine; machine.reset(1)\r\n")))
+        const quint64 mark = replyMark();
+        if (!transmit(RESET_LINE))
+            return MC_FAILED;
+        if (resetRefused(mark) && !transmit(LAUNCH_LINE))
             return MC_FAILED;
         delayMs(100);
         if (!port.isOpen())

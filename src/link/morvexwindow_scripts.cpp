@@ -29,7 +29,13 @@ bool MorvexWindow::loadScript(const QString &path)
     QByteArray text;
     if (!readScriptForRawRepl(path, text))
         return false;
-    if (!exchange(text + CTRL_D, 5000)) {
+    // The end of this command answers: its acceptance, then its 0x04. The end of an
+    // earlier command, or a re-prompt, that comes in late does not.
+    const auto accepted = [ok = false](const QByteArray &item) mutable {
+        ok = ok || item.contains("OK");
+        return ok && endsRawCommand(item);
+    };
+    if (!exchange(text + CTRL_D, 5000, accepted)) {
         logLine(tr("Cannot upload script %1").arg(path));
         return false;
     }
@@ -68,7 +74,9 @@ bool MorvexWindow::runScript(const QString &path)
                 shown.remove(0, 2);
             logLine(QStringLiteral("&gt;&gt;") + boardLatin1(shown));
         }
-        if (last.endsWith('>') || rxBuffer.endsWith('>')) {
+        // The raw REPL's own end is 0x04 and '>'; a '>' of the output that happens
+        // to end a read is not, however the line cut the bytes.
+        if (last.endsWith('>') || rxBuffer.endsWith("\x04>")) {
             rxBuffer.clear();
             break;
         }
@@ -90,7 +98,8 @@ bool MorvexWindow::debugEcho()
     pattern[14] = '$'; // '0' + 14 would be the record terminator
     for (int step = 0; step < 90; ++step) {
         pattern[0] = step == 29 ? ' ' : char('!' + step);
-        if (!exchange(pattern, 1000))
+        const auto echo = [](const QByteArray &item) { return item.contains("RX: ") || endsRawCommand(item); };
+        if (!exchange(pattern, 1000, echo))
             return false;
         if (rxQueue.isEmpty()) {
             logLine(tr("No reply at %1 step").arg(step + 1));

@@ -1,0 +1,545 @@
+// The everyday flows through the real window, however the board's bytes are cut into reads:
+// at the line rate in bridge-sized pieces, one byte at a time, and at random split points.
+#include "morvexwindowprobe.h"
+#include "testsupport.h"
+#include "virtualboard.h"
+
+#include <QAction>
+#include <QBuffer>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <map>
+#include <memory>
+
+namespace {
+QByteArray randomBytes(int size, quint32 seed)
+{
+    QRandomGenerator generator(seed);
+    QByteArray data(size, '\0');
+    for (int i = 0; i < size; ++i)
+        data[i] = char(generator.bounded(256));
+    return data;
+}
+
+// Messages that tell of a wait that ended at the wrong reply, or at none.
+QStringList troublesSince(MorvexWindow &w, int from)
+{
+    static const QStringList words = {
+        QStringLiteral("Cannot list files"),     QStringLiteral("Invalid reply"),
+        QStringLiteral("Communication"),         QStringLiteral("Abort failed"),
+        QStringLiteral("request failed"),        QStringLiteral("Connection failed"),
+        QStringLiteral("Cannot upload script"),  QStringLiteral("Transmission error"),
+        QStringLiteral("No reply"),              QStringLiteral("Error while starting"),
+        QStringLiteral("Finalization error"),    QStringLiteral("Removal error"),
+        QStringLiteral("Cannot change directory"), QStringLiteral("downloaded with errors"),
+        QStringLiteral("init failed"),
+    };
+    // A board-side exception, such as a NameError of a function that was never loaded.
+    static const QRegularExpression boardError(QStringLiteral("^\\w+Error: "));
+    QStringList found;
+    const QStringList messages = syslogMessages(w).mid(from);
+
+    for (const QString &message : messages) {
+        if (message.contains(boardError)) {
+            found << message;
+            continue;
+        }
+        for (const QString &word : words) {
+            if (message.contains(word)) {
+                found << message;
+                break;
+            }
+        }
+    }
+    return found;
+}
+
+// The end of the system log, where a failure's story is.
+QString logTail(MorvexWindow &w)
+{
+    const QStringList messages = syslogMessages(w);
+    return messages.mid(qMax(0, messages.size() - 14)).join('\n');
+}
+
+// The board's answer to a Python expression typed at the friendly prompt.
+QByteArray boardValue(MorvexWindow &w, const QByteArray &expression)
+{
+    if (!w.enterRepl() || !w.exchange("print(" + expression + ")\r\n", 5000))
+        return QByteArray();
+    QByteArray value;
+    auto &queue = MorvexWindowProbe::rxQueue(w);
+    while (!queue.isEmpty()) {
+        const QByteArray item = queue.takeFirst();
+        if (!item.startsWith("print(") && item != MorvexWindow::PROMPT)
+            value = item;
+    }
+    return value;
+}
+} // namespace
+
+class tst_DeliveryModes : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanupTestCase();
+    void connectAndAnnounce_data() { modeRows(); }
+    void connectAndAnnounce();
+    void runLocalFile_data() { modeRows(); }
+    void runLocalFile();
+    void launchAndAbort_data() { modeRows(); }
+    void launchAndAbort();
+    void reset_data();
+    void reset();
+    void listingWithSizes_data() { modeRows(); }
+    void listingWithSizes();
+    void newDeepDirectory_data() { modeRows(); }
+    void newDeepDirectory();
+    void existenceAndHash_data() { modeRows(); }
+    void existenceAndHash();
+    void removal_data() { modeRows(); }
+    void removal();
+    void roundTrip_data();
+    void roundTrip();
+    void soak();
+
+private:
+    struct Session {
+        VirtualBoard board;
+        std::unique_ptr<MorvexWindow> window;
+        int family = 0;
+        QString root; // the family's start folder, with its trailing "/"
+    };
+    static void modeRows();
+    static QStringList boardArgs(const QString &mode, int family);
+    Session *session();
+    void checkNoTroubles(Session *s);
+
+    SettingsSandbox sandbox;
+    QTemporaryDir local;
+    std::map<QString, std::unique_ptr<Session>> sessions;
+    int logStart = 0;
+};
+
+void tst_DeliveryModes::modeRows()
+{
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<int>("family");
+    QTest::newRow("uart esp32") << "uart" << 1;
+    QTest::newRow("bytes stm32") << "bytes" << 0;
+    QTest::newRow("random stm32") << "random" << 0;
+    QTest::newRow("random esp32") << "random" << 1;
+}
+
+QStringList tst_DeliveryModes::boardArgs(const QString &mode, int family)
+{
+    QStringList args{QStringLiteral("--family"), family ? QStringLiteral("esp32") : QStringLiteral("stm32"),
+                     QStringLiteral("--delivery"), mode, QStringLiteral("--reset-delay"), QStringLiteral("300")};
+    // The random cuts go unthrottled; the others at the usual line rate.
+    if (mode != QLatin1String("random"))
+        args << QStringLiteral("--baud") << QStringLiteral("115200");
+    return args;
+}
+
+void tst_DeliveryModes::init()
+{
+    QSettings().remove(QStringLiteral("MC/TransferSize"));
+}
+
+void tst_DeliveryModes::cleanupTestCase()
+{
+    sessions.clear();
+}
+
+tst_DeliveryModes::Session *tst_DeliveryModes::session()
+{
+    QFETCH(QString, mode);
+    QFETCH(int, family);
+    const QString key = QStringLiteral("%1 %2").arg(mode).arg(family);
+    auto &s = sessions[key];
+    if (!s || !s->window || !MorvexWindowProbe::port(*s->window).isOpen()) {
+        s.reset(new Session);
+        s->family = family;
+        s->root = family ? QStringLiteral("/") : QStringLiteral("/flash/");
+        if (!s->board.start(boardArgs(mode, family))) {
+            s.reset();
+            return nullptr;
+        }
+        s->window.reset(new MorvexWindow);
+        if (!connectBoard(*s->window, s->board, family, 30000)) {
+            qWarning("%s", qPrintable(syslogText(*s->window) + s->board.errors()));
+            s.reset();
+            return nullptr;
+        }
+    }
+    logStart = int(syslogMessages(*s->window).size());
+    return s.get();
+}
+
+void tst_DeliveryModes::checkNoTroubles(Session *s)
+{
+    const QStringList troubles = troublesSince(*s->window, logStart);
+    QVERIFY2(troubles.isEmpty(), qPrintable(troubles.join('\n') + '\n' + s->board.errors()));
+}
+
+void tst_DeliveryModes::connectAndAnnounce()
+{
+    QFETCH(QString, mode);
+    QFETCH(int, family);
+    VirtualBoard board;
+    QVERIFY(board.start(boardArgs(mode, family)));
+    MorvexWindow w;
+    QVERIFY2(connectBoard(w, board, family, 30000), qPrintable(logTail(w)));
+    const QString machine = family ? QStringLiteral("Generic ESP32 module with ESP32")
+                                   : QStringLiteral("PYBv1.1 with STM32F405RG");
+    QVERIFY2(inOrder(syslogMessages(w),
+                     {QStringLiteral("Connected to %1").arg(board.portPath()), QStringLiteral("REPL initialized"),
+                      QStringLiteral("Connected to micropython board %1 (mod unknown), release 1.28.0. Core %2 "
+                                     "version v1.28.0 on 2026-11-21")
+                          .arg(family ? QStringLiteral("esp32") : QStringLiteral("pyboard"), machine)}),
+             qPrintable(logTail(w)));
+    QVERIFY(windowAction(w, "actionUpload")->isEnabled());
+    QCOMPARE(MorvexWindowProbe::mcModel(w).rootPath, family ? QStringLiteral("/") : QStringLiteral("/flash/"));
+    QVERIFY(troublesSince(w, 0).isEmpty());
+}
+
+void tst_DeliveryModes::runLocalFile()
+{
+    Session *s = session();
+    QVERIFY(s);
+    const QString path = local.filePath(QStringLiteral("hello.py"));
+    QVERIFY(writeLocalFile(path, "print('first line')\nprint('a>b')\nfor i in range(3):\n    print('line', i)\n"
+                                 "print('last line')\n"));
+    QVERIFY(s->window->runScript(path));
+    QVERIFY2(inOrder(syslogMessages(*s->window),
+                     {QStringLiteral(">>first line"), QStringLiteral(">>a>b"), QStringLiteral(">>line 0"),
+                      QStringLiteral(">>line 2"), QStringLiteral(">>last line"),
+                      QStringLiteral("Script %1 executed").arg(path)}),
+             qPrintable(logTail(*s->window)));
+    QCOMPARE(s->window->state(), MorvexWindow::MC_RAW);
+    // The board is ready for what comes next.
+    QVERIFY(s->board.writeFile(QStringLiteral("after_run.txt"), "x"));
+    s->window->changeBoardDir(s->root);
+    QVERIFY(boardRow(*s->window, QStringLiteral("after_run.txt")).isValid());
+    checkNoTroubles(s);
+}
+
+void tst_DeliveryModes::launchAndAbort()
+{
+    Session *s = session();
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
+    QVERIFY(s->board.writeFile(QStringLiteral("main.py"),
+                               "import time\nn = 0\nwhile True:\n    print('tick', n)\n    n += 1\n"
+                               "    time.sleep_ms(50)\n"));
+    windowAction(w, "actionLaunch")->trigger();
+    // A board whose port goes with the reset has printed its first ticks to nobody.
+    QVERIFY2(waitFor([&] { return terminalMessages(w).filter(QRegularExpression(QStringLiteral("^tick \\d+$"))).size() > 3; }, 15000),
+             qPrintable(terminalText(w) + syslogText(w)));
+    QVERIFY(QFile::remove(s->board.fsPath() + QStringLiteral("/main.py")));
+    windowAction(w, "actionAbort")->trigger();
+    QVERIFY2(syslogMessages(w).contains(QStringLiteral("Stopped")), qPrintable(logTail(w)));
+    QCOMPARE(w.state(), MorvexWindow::MC_REPL);
+    QVERIFY(windowAction(w, "actionUpload")->isEnabled());
+    checkNoTroubles(s);
+}
+
+void tst_DeliveryModes::reset_data()
+{
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<int>("family");
+    QTest::addColumn<bool>("stock");
+    for (bool stock : {false, true}) {
+        const char *kind = stock ? "stock firmware" : "reset(1) accepted";
+        QTest::addRow("uart esp32, %s", kind) << "uart" << 1 << stock;
+        QTest::addRow("bytes stm32, %s", kind) << "bytes" << 0 << stock;
+        QTest::addRow("random stm32, %s", kind) << "random" << 0 << stock;
+    }
+}
+
+void tst_DeliveryModes::reset()
+{
+    QFETCH(QString, mode);
+    QFETCH(int, family);
+    QFETCH(bool, stock);
+    VirtualBoard board;
+    QStringList args = boardArgs(mode, family);
+    if (stock)
+        args << QStringLiteral("--stock-reset");
+    QVERIFY(board.start(args));
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, family, 30000));
+    const auto announced = [&] {
+        return syslogMessages(w).filter(QStringLiteral("Connected to micropython board")).size();
+    };
+
+    // The Reset action: the board restarts, forgets its variables and is announced again.
+    QCOMPARE(boardValue(w, "'morvex_marker' in globals()"), QByteArray("False"));
+    QVERIFY(w.exchange("morvex_marker = 1\r\n", 5000));
+    QCOMPARE(boardValue(w, "'morvex_marker' in globals()"), QByteArray("True"));
+    const int before = announced();
+    windowAction(w, "actionReset")->trigger();
+    QVERIFY2(waitFor([&] { return announced() > before && windowAction(w, "actionUpload")->isEnabled(); }, 20000),
+             qPrintable(logTail(w)));
+    QCOMPARE(boardValue(w, "'morvex_marker' in globals()"), QByteArray("False"));
+    QCOMPARE(board.received().count("import machine; machine.reset()\r\n"), stock ? 1 : 0);
+
+    // Reset MC at the next connect does the same.
+    QVERIFY(w.exchange("morvex_marker = 1\r\n", 5000));
+    windowAction(w, "actionConnect")->trigger(); // disconnect
+    windowAction(w, "actionReset_MC")->setChecked(true);
+    const int again = announced();
+    connectThroughPopup(w, board, family);
+    QVERIFY2(waitFor([&] { return announced() > again && windowAction(w, "actionUpload")->isEnabled(); }, 20000),
+             qPrintable(logTail(w)));
+    QVERIFY(!windowAction(w, "actionReset_MC")->isChecked());
+    QCOMPARE(boardValue(w, "'morvex_marker' in globals()"), QByteArray("False"));
+    QCOMPARE(board.received().count("import machine; machine.reset()\r\n"), stock ? 2 : 0);
+    QVERIFY2(troublesSince(w, 0).filter(QStringLiteral("TypeError")).isEmpty() || stock, "refusal without stock");
+}
+
+void tst_DeliveryModes::listingWithSizes()
+{
+    Session *s = session();
+    QVERIFY(s);
+    QVERIFY(s->board.writeFile(QStringLiteral("sizes/small.txt"), QByteArray(10, 'a')));
+    QVERIFY(s->board.writeFile(QStringLiteral("sizes/mid.bin"), QByteArray(2000, 'b')));
+    QVERIFY(s->board.writeFile(QStringLiteral("sizes/empty"), QByteArray()));
+    QVERIFY(QDir().mkpath(s->board.fsPath() + QStringLiteral("/sizes/inner")));
+    MorvexWindow &w = *s->window;
+    w.changeBoardDir(s->root + QStringLiteral("sizes"));
+    const MCDirModel &model = MorvexWindowProbe::mcModel(w);
+    QStringList rows;
+    for (int i = 0; i < model.rowCount(); ++i)
+        rows << model.data(model.index(i, 0)).toString() + '|' + model.data(model.index(i, 1)).toString();
+    QStringList files = rows.mid(2);
+    files.sort();
+    QCOMPARE(rows.mid(0, 2), (QStringList{"..|", "inner|"}));
+    QCOMPARE(files, (QStringList{"empty|", "mid.bin|2.0kB", "small.txt|10"}));
+    QVERIFY2(troublesSince(w, logStart).isEmpty(), qPrintable(logTail(w)));
+}
+
+void tst_DeliveryModes::newDeepDirectory()
+{
+    Session *s = session();
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
+    w.changeBoardDir(s->root);
+    DialogAnswerer *answer = DialogAnswerer::inputText(QStringLiteral("lib/sub"), this);
+    windowAction(w, "actionNew_Directory")->trigger();
+    delete answer;
+    QVERIFY(QFileInfo(s->board.fsPath() + QStringLiteral("/lib/sub")).isDir());
+    QVERIFY2(boardRow(w, QStringLiteral("lib")).isValid(), qPrintable(logTail(w)));
+
+    QVERIFY(w.makeBoardDirs(s->root + QStringLiteral("deep/er/path")));
+    w.changeBoardDir(s->root + QStringLiteral("deep/er"));
+    QVERIFY(QFileInfo(s->board.fsPath() + QStringLiteral("/deep/er/path")).isDir());
+    QVERIFY2(boardRow(w, QStringLiteral("path")).isValid(), qPrintable(logTail(w)));
+    QVERIFY(syslogMessages(w).contains(QStringLiteral("Creating dir %1deep/er/path").arg(s->root)));
+    checkNoTroubles(s);
+}
+
+void tst_DeliveryModes::existenceAndHash()
+{
+    Session *s = session();
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
+    QVERIFY(QDir().mkpath(s->board.fsPath() + QStringLiteral("/there")));
+    QVERIFY(w.boardDirExists(s->root + QStringLiteral("there")));
+    QVERIFY(!w.boardDirExists(s->root + QStringLiteral("not_there")));
+
+    const QByteArray data = randomBytes(1500, 7);
+    QVERIFY(s->board.writeFile(QStringLiteral("there/h.bin"), data));
+    QVERIFY(w.loadScript(QStringLiteral(":/data/hash.py")));
+    QVERIFY(w.enterRepl());
+    QCOMPARE(w.boardHash(s->root + QStringLiteral("there/h.bin")),
+             QCryptographicHash::hash(data, QCryptographicHash::Md5).toHex());
+    QCOMPARE(w.boardHash(s->root + QStringLiteral("there/none.bin")), QByteArray("err(2)"));
+    checkNoTroubles(s);
+}
+
+void tst_DeliveryModes::removal()
+{
+    Session *s = session();
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
+    QVERIFY(s->board.writeFile(QStringLiteral("gone/file.txt"), "bye"));
+    QVERIFY(w.removeBoardPath(s->root + QStringLiteral("gone/file.txt"), false));
+    QVERIFY(!s->board.exists(QStringLiteral("gone/file.txt")));
+    QVERIFY(w.removeBoardPath(s->root + QStringLiteral("gone"), true));
+    QVERIFY(!s->board.exists(QStringLiteral("gone")));
+    QVERIFY(inOrder(syslogMessages(w), {QStringLiteral("%1gone/file.txt removed").arg(s->root),
+                                        QStringLiteral("%1gone removed").arg(s->root)}));
+    checkNoTroubles(s);
+}
+
+void tst_DeliveryModes::roundTrip_data()
+{
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<int>("family");
+    QTest::addColumn<int>("size");
+    QTest::addColumn<int>("chunk");
+    const QList<QPair<QString, int>> modes{{"uart", 1}, {"bytes", 0}, {"random", 0}, {"random", 1}};
+    for (const auto &mode : modes) {
+        for (int chunk : {32, 512, 1024}) {
+            for (int size : {0, 1, 255, 256, 257, 3000, 65536}) {
+                QTest::addRow("%s %s %d bytes chunk %d", qPrintable(mode.first), mode.second ? "esp32" : "stm32",
+                              size, chunk)
+                    << mode.first << mode.second << size << chunk;
+            }
+        }
+    }
+}
+
+void tst_DeliveryModes::roundTrip()
+{
+    QFETCH(int, size);
+    QFETCH(int, chunk);
+    Session *s = session();
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
+    QSettings().setValue(QStringLiteral("MC/TransferSize"), chunk);
+
+    const QString name = QStringLiteral("rt_%1_%2.bin").arg(size).arg(chunk);
+    QByteArray data = randomBytes(size, quint32(size * 31 + chunk));
+    QBuffer source(&data);
+    QVERIFY(source.open(QIODevice::ReadOnly));
+    QVERIFY2(w.uploadData(source, s->root + name), qPrintable(logTail(w)));
+    QCOMPARE(s->board.readFile(name), data);
+
+    // Straight on, as a user's next click would: the upload's re-prompt is still on its way.
+    const QString localPath = local.filePath(name);
+    QVERIFY(w.downloadToFile(s->root + name, localPath));
+    QVERIFY2(syslogMessages(w).contains(QStringLiteral("Download from %1 completed").arg(s->root + name)),
+             qPrintable(logTail(w)));
+    QFile downloaded(localPath);
+    QVERIFY(downloaded.open(QIODevice::ReadOnly));
+    QCOMPARE(downloaded.readAll(), data);
+    checkNoTroubles(s);
+}
+
+void tst_DeliveryModes::soak()
+{
+    // 200 operations in random order, each checked against the board's file system.
+    const quint32 seed = qEnvironmentVariableIsSet("MORVEX_SOAK_SEED")
+                             ? quint32(qEnvironmentVariableIntValue("MORVEX_SOAK_SEED"))
+                             : QRandomGenerator::global()->generate();
+    QRandomGenerator random(seed);
+    VirtualBoard board;
+    QVERIFY(board.start(boardArgs(QStringLiteral("random"), 0)));
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, 0, 30000));
+    const QString root = QStringLiteral("/flash/");
+    QStringList dirs{QString()}; // relative to the root, "" for the root itself
+    QMap<QString, QByteArray> files;
+
+    QString operation;
+    auto fail = [&](const QString &what) {
+        return QStringLiteral("soak seed %1, operation %2: %3\n%4\n%5")
+            .arg(seed)
+            .arg(operation, what, syslogMessages(w).mid(syslogMessages(w).size() - 12).join('\n'), board.errors());
+    };
+    auto join = [](const QString &dir, const QString &name) { return dir.isEmpty() ? name : dir + '/' + name; };
+
+    for (int step = 0; step < 200; ++step) {
+        const int from = int(syslogMessages(w).size());
+        const QString dir = dirs.at(random.bounded(dirs.size()));
+        switch (random.bounded(7)) {
+        case 0:
+        case 1: { // upload
+            const QString rel = join(dir, QStringLiteral("f%1.bin").arg(step));
+            const int chunk = QList<int>{32, 512, 1024}.at(random.bounded(3));
+            QByteArray data = randomBytes(random.bounded(3000), random.generate());
+            operation = QStringLiteral("%1: upload %2 (%3 bytes, chunk %4)").arg(step).arg(rel).arg(data.size()).arg(chunk);
+            QSettings().setValue(QStringLiteral("MC/TransferSize"), chunk);
+            QBuffer source(&data);
+            source.open(QIODevice::ReadOnly);
+            QVERIFY2(w.uploadData(source, root + rel), qPrintable(fail(QStringLiteral("upload failed"))));
+            files[rel] = data;
+            break;
+        }
+        case 2: { // download
+            if (files.isEmpty())
+                continue;
+            const QString rel = files.keys().at(random.bounded(files.size()));
+            operation = QStringLiteral("%1: download %2").arg(step).arg(rel);
+            const QString localPath = local.filePath(QStringLiteral("soak.bin"));
+            QVERIFY2(w.downloadToFile(root + rel, localPath), qPrintable(fail(QStringLiteral("download failed"))));
+            QFile file(localPath);
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QVERIFY2(file.readAll() == files.value(rel), qPrintable(fail(QStringLiteral("downloaded bytes differ"))));
+            break;
+        }
+        case 3: { // directories
+            const QString rel = join(dir, QStringLiteral("d%1/e%1").arg(step));
+            operation = QStringLiteral("%1: make %2").arg(step).arg(rel);
+            QVERIFY2(w.makeBoardDirs(root + rel), qPrintable(fail(QStringLiteral("mkdir failed"))));
+            dirs << join(dir, QStringLiteral("d%1").arg(step)) << rel;
+            break;
+        }
+        case 4: { // removal of a file, or of an empty directory
+            QStringList empty;
+            for (const QString &d : dirs) {
+                if (d.isEmpty() || QDir(board.fsPath() + '/' + d).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).isEmpty())
+                    empty << d;
+            }
+            empty.removeAll(QString());
+            const bool dirRemoval = !empty.isEmpty() && (files.isEmpty() || random.bounded(2));
+            if (!dirRemoval && files.isEmpty())
+                continue;
+            const QString rel = dirRemoval ? empty.at(random.bounded(empty.size()))
+                                           : files.keys().at(random.bounded(files.size()));
+            operation = QStringLiteral("%1: remove %2").arg(step).arg(rel);
+            QVERIFY2(w.removeBoardPath(root + rel, dirRemoval), qPrintable(fail(QStringLiteral("removal failed"))));
+            if (dirRemoval)
+                dirs.removeAll(rel);
+            else
+                files.remove(rel);
+            break;
+        }
+        case 5: { // listing
+            operation = QStringLiteral("%1: list %2").arg(step).arg(dir);
+            w.changeBoardDir(root + dir);
+            const MCDirModel &model = MorvexWindowProbe::mcModel(w);
+            QStringList shown;
+            for (int i = 0; i < model.rowCount(); ++i)
+                shown << model.fileName(model.index(i, 0));
+            shown.removeAll(QStringLiteral(".."));
+            QStringList expected = QDir(board.fsPath() + '/' + dir).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+            shown.sort();
+            expected.sort();
+            QVERIFY2(shown == expected, qPrintable(fail(QStringLiteral("listing differs"))));
+            break;
+        }
+        default: { // existence and hash
+            operation = QStringLiteral("%1: hash and existence in %2").arg(step).arg(dir);
+            QVERIFY2(w.boardDirExists(root + dir), qPrintable(fail(QStringLiteral("directory not found"))));
+            if (files.isEmpty())
+                continue;
+            const QString rel = files.keys().at(random.bounded(files.size()));
+            QVERIFY(w.loadScript(QStringLiteral(":/data/hash.py")) && w.enterRepl());
+            QVERIFY2(w.boardHash(root + rel) == QCryptographicHash::hash(files.value(rel), QCryptographicHash::Md5).toHex(),
+                     qPrintable(fail(QStringLiteral("hash differs"))));
+            break;
+        }
+        }
+        // The board's file system holds what the operations say.
+        for (auto it = files.cbegin(); it != files.cend(); ++it)
+            QVERIFY2(board.readFile(it.key()) == it.value(), qPrintable(fail(it.key() + QStringLiteral(" differs on the board"))));
+        for (const QString &d : dirs)
+            QVERIFY2(QFileInfo(board.fsPath() + '/' + d).isDir(), qPrintable(fail(d + QStringLiteral(" missing"))));
+        const QStringList troubles = troublesSince(w, from);
+        QVERIFY2(troubles.isEmpty(), qPrintable(fail(troubles.join('\n'))));
+    }
+}
+
+QTEST_MAIN(tst_DeliveryModes)
+#include "tst_deliverymodes.moc"
