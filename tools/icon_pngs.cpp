@@ -30,12 +30,12 @@ int main(int argc, char *argv[])
         if (!image.isNull())
             images.append(image);
     } while (reader.jumpToNextImage());
-    std::sort(images.begin(), images.end(),
-              [](const QImage &a, const QImage &b) { return a.width() < b.width(); });
     if (images.isEmpty()) {
         err << "Cannot read " << args.at(1) << ": " << reader.errorString() << '\n';
         return 1;
     }
+    std::sort(images.begin(), images.end(),
+              [](const QImage &a, const QImage &b) { return a.width() < b.width(); });
 
     for (int i = 4; i < args.size(); ++i) {
         bool ok = false;
