@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what building, testing and running Morvex need on Debian 12.
+# Installs what building, testing, packaging and running Morvex need on Debian 12.
 # Idempotent, and quiet when everything is there already.
 set -euo pipefail
 
@@ -8,6 +8,7 @@ packages=(
     qtbase5-dev libqt5serialport5-dev qttools5-dev-tools qttools5-dev
     libquazip1-qt5-dev fonts-material-design-icons-iconfont
     xvfb xauth
+    help2man dpkg-dev file lintian desktop-file-utils appstream
 )
 
 missing=()

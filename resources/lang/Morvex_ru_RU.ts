@@ -581,6 +581,10 @@ If not, it will be uploaded to
         <source>Cannot save to %1: %2</source>
         <translation>Не удаётся сохранить в %1: %2</translation>
     </message>
+    <message>
+        <source>Your user may not open %1: join the group &quot;%2&quot; that owns it (sudo usermod -aG %2 $USER), then log out and log in again.</source>
+        <translation>Нет прав на открытие %1: вступите в группу &quot;%2&quot;, которой принадлежит устройство (sudo usermod -aG %2 $USER), затем выйдите из системы и войдите снова.</translation>
+    </message>
 </context>
 <context>
     <name>main</name>

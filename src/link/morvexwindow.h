@@ -116,6 +116,11 @@ public:
     bool openPort();
     void closeLink();
 
+    // morvexwindow_portaccess.cpp
+    // After a failed open: a line in the system log on how to get the right to
+    // the device, when the device's permissions are what refused it.
+    void hintPortAccess();
+
     // morvexwindow_commands.cpp
     QHash<QString, QString> readUname();
     void reportBoard();

@@ -175,6 +175,7 @@ bool MorvexWindow::openPort()
     const QString message = tr("Cannot connect to %1: %2").arg(port.portName(), port.errorString());
     termLine(message);
     logLine(message);
+    hintPortAccess();
     return false;
 }
 

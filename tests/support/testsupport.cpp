@@ -119,12 +119,16 @@ DialogAnswerer *DialogAnswerer::fileName(const QString &path, QObject *parent)
 
 void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int family, const QString &baud)
 {
+    connectThroughPopup(window, board.portPath(), family, baud);
+}
+
+void connectThroughPopup(MorvexWindow &window, const QString &port, int family, const QString &baud)
+{
     // Added to what is there: windows of earlier boards still reconnect through the list.
     QStringList extra = qEnvironmentVariable("MORVEX_EXTRA_PORTS").split(QLatin1Char(':'), Qt::SkipEmptyParts);
-    if (!extra.contains(board.portPath()))
-        extra << board.portPath();
+    if (!extra.contains(port))
+        extra << port;
     qputenv("MORVEX_EXTRA_PORTS", extra.join(QLatin1Char(':')).toLocal8Bit());
-    const QString port = board.portPath();
     DialogAnswerer answerer([&](QWidget *widget) {
         auto *popup = qobject_cast<ConnectionPopup *>(widget);
         if (!popup)

@@ -60,6 +60,9 @@ private:
 // index (0 STM32, 1 ESP32) and baud rate, and applied.
 void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int family,
                          const QString &baud = QStringLiteral("115200"));
+// The same for any port path, such as a pseudo-terminal of the test's own.
+void connectThroughPopup(MorvexWindow &window, const QString &port, int family,
+                         const QString &baud = QStringLiteral("115200"));
 
 // Connects through the popup and waits until the board is announced and its
 // start folder listed, which is the end of the first queryInfo.

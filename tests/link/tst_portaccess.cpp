@@ -1,0 +1,181 @@
+// A serial port the system refuses to open: the program's message, and how to get access.
+#include "morvexwindowprobe.h"
+#include "testsupport.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QSerialPort>
+#include <QTest>
+
+#include <fcntl.h>
+#include <grp.h>
+#include <linux/capability.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+// A pseudo-terminal: a real tty device whose slave file the test may change.
+class Pty
+{
+public:
+    Pty()
+    {
+        master = posix_openpt(O_RDWR | O_NOCTTY);
+        if (master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0)
+            slave = QString::fromLocal8Bit(ptsname(master));
+    }
+    ~Pty()
+    {
+        if (master >= 0)
+            ::close(master);
+    }
+    Pty(const Pty &) = delete;
+    Pty &operator=(const Pty &) = delete;
+
+    int master = -1;
+    QString slave;
+};
+
+// Root may open any file whatever its mode. Without these two capabilities in
+// its effective set it is held to the mode bits like any other user, which is
+// what the test needs. Linux keeps capabilities per thread, and the port is
+// opened on this one; the permitted set keeps them, so they come back after.
+class FileAccessCapabilitiesDropped
+{
+public:
+    FileAccessCapabilitiesDropped()
+    {
+        if (geteuid() != 0) {
+            active = true;
+            return;
+        }
+        if (syscall(SYS_capget, &header, saved) != 0)
+            return;
+        __user_cap_data_struct reduced[2] = {saved[0], saved[1]};
+        reduced[0].effective &= ~((1u << CAP_DAC_OVERRIDE) | (1u << CAP_DAC_READ_SEARCH));
+        active = syscall(SYS_capset, &header, reduced) == 0;
+        restore = active;
+    }
+    ~FileAccessCapabilitiesDropped()
+    {
+        if (restore)
+            syscall(SYS_capset, &header, saved);
+    }
+    FileAccessCapabilitiesDropped(const FileAccessCapabilitiesDropped &) = delete;
+    FileAccessCapabilitiesDropped &operator=(const FileAccessCapabilitiesDropped &) = delete;
+
+    bool active = false;
+
+private:
+    __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct saved[2] = {};
+    bool restore = false;
+};
+
+QString groupName(gid_t gid)
+{
+    const group *entry = getgrgid(gid);
+    return entry ? QString::fromLocal8Bit(entry->gr_name) : QString();
+}
+
+gid_t unnamedGroup()
+{
+    gid_t gid = 54321;
+    while (getgrgid(gid))
+        ++gid;
+    return gid;
+}
+
+QString hint(const QString &device, const QString &group)
+{
+    return QStringLiteral("Your user may not open %1: join the group \"%2\" that owns it "
+                          "(sudo usermod -aG %2 $USER), then log out and log in again.")
+        .arg(device, group);
+}
+} // namespace
+
+class tst_PortAccess : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void refusedPort_data();
+    void refusedPort();
+
+private:
+    SettingsSandbox sandbox;
+};
+
+void tst_PortAccess::init()
+{
+    sandbox.clear();
+}
+
+void tst_PortAccess::refusedPort_data()
+{
+    QTest::addColumn<bool>("denied");
+    QTest::addColumn<bool>("unnamedGroup");
+    QTest::addColumn<bool>("held");
+
+    QTest::newRow("device the user may not open") << true << false << false;
+    QTest::newRow("such a device of a group without a name") << true << true << false;
+    // QSerialPort says PermissionError for a locked port too, where no group helps.
+    QTest::newRow("port held by another program") << false << false << true;
+}
+
+void tst_PortAccess::refusedPort()
+{
+    QFETCH(bool, denied);
+    QFETCH(bool, unnamedGroup);
+    QFETCH(bool, held);
+
+    Pty pty;
+    QVERIFY2(!pty.slave.isEmpty(), "no pseudo-terminal");
+    const QByteArray slave = QFile::encodeName(pty.slave);
+    if (unnamedGroup) {
+        if (geteuid() != 0)
+            QSKIP("Only root may give a device to a group without a name");
+        QVERIFY(chown(slave.constData(), static_cast<uid_t>(-1), ::unnamedGroup()) == 0);
+    }
+    if (denied)
+        QVERIFY(chmod(slave.constData(), 0) == 0);
+    QSerialPort holder(pty.slave);
+    if (held)
+        QVERIFY2(holder.open(QIODevice::ReadWrite), qPrintable(holder.errorString()));
+    struct stat info = {};
+    QVERIFY(stat(slave.constData(), &info) == 0);
+
+    MorvexWindow w;
+    {
+        FileAccessCapabilitiesDropped dropped;
+        if (!dropped.active)
+            QSKIP("Running as root, and root's file access capabilities cannot be dropped");
+        connectThroughPopup(w, pty.slave, 0);
+    }
+    QVERIFY(!MorvexWindowProbe::port(w).isOpen());
+    QCOMPARE(MorvexWindowProbe::port(w).error(), QSerialPort::PermissionError);
+
+    // The message names the port as QSerialPort does ("pts/3"), the hint the device file.
+    const QString refused = QStringLiteral("Cannot connect to %1: ").arg(MorvexWindowProbe::port(w).portName());
+    const QStringList log = syslogMessages(w);
+    const int at = log.indexOf(QRegularExpression(QRegularExpression::escape(refused) + QStringLiteral(".+")));
+    QVERIFY2(at >= 0, qPrintable(log.join(QLatin1Char('\n'))));
+    QVERIFY(terminalMessages(w).constFirst().startsWith(refused));
+    QVERIFY(!terminalText(w).contains(QStringLiteral("usermod")));
+
+    if (!denied) {
+        QVERIFY2(!syslogText(w).contains(QStringLiteral("usermod")), qPrintable(log.join(QLatin1Char('\n'))));
+        return;
+    }
+    const QString group = unnamedGroup ? QStringLiteral("dialout") : groupName(info.st_gid);
+    QVERIFY(!group.isEmpty());
+    QCOMPARE(log.value(at + 1), hint(pty.slave, group));
+    QCOMPARE(log.count(hint(pty.slave, group)), 1);
+    QCOMPARE(log.size(), at + 2);
+}
+
+QTEST_MAIN(tst_PortAccess)
+#include "tst_portaccess.moc"
