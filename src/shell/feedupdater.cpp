@@ -67,6 +67,7 @@ FeedUpdater::FeedUpdater(const QString &feedUrl, QWidget *owner)
     : QObject(owner)
     , m_feedUrl(QUrl::fromUserInput(feedUrl))
 {
+    qRegisterMetaType<Outcome>(); // for queued connections and spies
     QSettings settings;
     m_automatic = settings.value(QStringLiteral("Updates/Auto"), true).toBool();
     m_intervalMs = qint64(checkIntervalSeconds()) * 1000;
