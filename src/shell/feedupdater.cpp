@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QLabel>
 #include <QMessageBox>
+#include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QSettings>
@@ -31,31 +32,30 @@ FeedUpdater::Release readItem(QXmlStreamReader &xml)
     QString link;
     while (xml.readNextStartElement()) {
         if (xml.namespaceUri().isEmpty() && xml.name() == QLatin1String("enclosure")) {
-            enclosureVersion = xml.attributes().value(sparkleNs, QStringLiteral("version")).toString();
+            const QXmlStreamAttributes attributes = xml.attributes();
+            enclosureVersion = attributes.value(sparkleNs, QStringLiteral("version")).trimmed().toString();
             if (shortVersion.isEmpty())
-                shortVersion = xml.attributes().value(sparkleNs, QStringLiteral("shortVersionString")).toString();
+                shortVersion = attributes.value(sparkleNs, QStringLiteral("shortVersionString")).trimmed().toString();
             xml.skipCurrentElement();
         } else if (isSparkle(xml, QLatin1String("version"))) {
-            version = xml.readElementText();
+            version = xml.readElementText().trimmed();
         } else if (isSparkle(xml, QLatin1String("shortVersionString"))) {
-            shortVersion = xml.readElementText();
+            shortVersion = xml.readElementText().trimmed();
         } else if (isSparkle(xml, QLatin1String("releaseNotesLink"))) {
-            notes = xml.readElementText();
+            notes = xml.readElementText().trimmed();
         } else if (xml.namespaceUri().isEmpty() && xml.name() == QLatin1String("link")) {
-            link = xml.readElementText();
+            link = xml.readElementText().trimmed();
         } else {
             xml.skipCurrentElement();
         }
     }
-    if (version.trimmed().isEmpty())
-        version = enclosureVersion;
-    if (version.trimmed().isEmpty())
-        version = shortVersion;
+    if (version.isEmpty())
+        version = enclosureVersion.isEmpty() ? shortVersion : enclosureVersion;
 
     FeedUpdater::Release release;
-    release.version = QVersionNumber::fromString(version.trimmed()).normalized();
-    release.versionText = shortVersion.trimmed().isEmpty() ? version.trimmed() : shortVersion.trimmed();
-    release.notes = QUrl(notes.trimmed().isEmpty() ? link.trimmed() : notes.trimmed(), QUrl::StrictMode);
+    release.version = QVersionNumber::fromString(version).normalized();
+    release.versionText = shortVersion.isEmpty() ? version : shortVersion;
+    release.notes = QUrl(notes.isEmpty() ? link : notes, QUrl::StrictMode);
     return release;
 }
 
@@ -130,7 +130,10 @@ void FeedUpdater::startCheck(bool manual)
     request.setHeader(QNetworkRequest::UserAgentHeader,
                       QStringLiteral("%1/%2").arg(QCoreApplication::applicationName(),
                                                   QCoreApplication::applicationVersion()));
-    m_reply = m_network.get(request);
+    // Made only now: the network stack starts nothing before a check is due or asked for.
+    if (!m_network)
+        m_network = new QNetworkAccessManager(this);
+    m_reply = m_network->get(request);
     connect(m_reply, &QNetworkReply::finished, this, &FeedUpdater::replyFinished);
 }
 

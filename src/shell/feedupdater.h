@@ -3,12 +3,12 @@
 #include "mvupdater.h"
 
 #include <QDateTime>
-#include <QNetworkAccessManager>
 #include <QObject>
 #include <QTimer>
 #include <QUrl>
 #include <QVersionNumber>
 
+class QNetworkAccessManager;
 class QNetworkReply;
 class QWidget;
 
@@ -33,7 +33,7 @@ public:
         QUrl notes;
     };
 
-    // Settings group of the updater's own bookkeeping.
+    // The updater's own bookkeeping, in a settings group of its own: when it last checked.
     static const QString lastCheckKey;
     // A check that falls due at start waits this long, so the window comes first.
     static constexpr int startDelayMs = 2000;
@@ -61,7 +61,7 @@ private:
     void scheduleAutomatic();
     void automaticTimeout();
 
-    QNetworkAccessManager m_network;
+    QNetworkAccessManager *m_network = nullptr; // made at the first check
     QUrl m_feedUrl;
     QTimer m_autoTimer;
     QNetworkReply *m_reply = nullptr;
