@@ -62,6 +62,7 @@ void Preferences::save()
     // A language number written at first start differs from "System" too.
     const QString stored = settings.value(QStringLiteral("UI/Language")).toString();
     if (!stored.isEmpty() && stored != language) {
+        // In English whatever the language: the new one is not loaded yet either way.
         QMessageBox::warning(this, QStringLiteral("Change Language"),
                              QStringLiteral("Language will be changed after an application restart."),
                              QMessageBox::Ok);
