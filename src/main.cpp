@@ -15,7 +15,7 @@ int main(int argc, char *argv[])
     QApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Halvorn."));
     QCoreApplication::setApplicationName(QStringLiteral("Morvex"));
-    QCoreApplication::setApplicationVersion(QStringLiteral("0.2.0"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(MORVEX_VERSION));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/morvex.ico")));
     QCoreApplication::addLibraryPath(QCoreApplication::applicationDirPath());
 

@@ -2,10 +2,74 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="ru_RU">
 <context>
+    <name>AppUpdater</name>
+    <message>
+        <source>AppImage is corrupted - root directory variable is not set.
+Aboriting update</source>
+        <translation>AppImage повреждён: не задана переменная корневого каталога.
+Обновление прервано</translation>
+    </message>
+    <message>
+        <source>AppImage is corrupted - updater script is missing.
+Aboriting update</source>
+        <translation>AppImage повреждён: отсутствует сценарий обновления.
+Обновление прервано</translation>
+    </message>
+    <message>
+        <source>AppImage is corrupted - zsync_curl is missing.
+Aboriting update</source>
+        <translation>AppImage повреждён: отсутствует zsync_curl.
+Обновление прервано</translation>
+    </message>
+    <message>
+        <source>appupdateimage process failed to start</source>
+        <translation>Не удалось запустить процесс appupdateimage</translation>
+    </message>
+    <message>
+        <source>Update progress</source>
+        <translation>Ход обновления</translation>
+    </message>
+    <message>
+        <source>Error: </source>
+        <translation>Ошибка: </translation>
+    </message>
+    <message>
+        <source>Application has been updated and will now be closed.</source>
+        <translation>Приложение обновлено и сейчас будет закрыто.</translation>
+    </message>
+</context>
+<context>
     <name>ConnectionPopup</name>
     <message>
         <source>Frame</source>
         <translation>Рамка</translation>
+    </message>
+</context>
+<context>
+    <name>FeedUpdater</name>
+    <message>
+        <source>&lt;p&gt;%1 %2 is available; you are running %3.&lt;/p&gt;&lt;p&gt;&lt;a href=&quot;%4&quot;&gt;Release notes&lt;/a&gt;&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Доступна версия %1 %2; у вас установлена %3.&lt;/p&gt;&lt;p&gt;&lt;a href=&quot;%4&quot;&gt;Что нового&lt;/a&gt;&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;%1 %2 is available; you are running %3.&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Доступна версия %1 %2; у вас установлена %3.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;You are running the newest version of %1 (%2).&lt;/p&gt;</source>
+        <translation>&lt;p&gt;У вас установлена самая новая версия %1 (%2).&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;The update feed %1 could not be read:&lt;/p&gt;&lt;p&gt;%2&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Не удалось прочитать ленту обновлений %1:&lt;/p&gt;&lt;p&gt;%2&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;The update feed %1 is not an appcast that names a version.&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Лента обновлений %1 не является лентой appcast с номером версии.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>Check for Updates</source>
+        <translation>Проверка обновлений</translation>
     </message>
 </context>
 <context>
@@ -423,7 +487,7 @@ If not, it will be uploaded to
     </message>
     <message>
         <source>Start uploading &quot;%1&quot; -&gt; &quot;%2&quot;</source>
-        <translation>Начало загрузки "%1" -&gt; "%2"</translation>
+        <translation>Начало загрузки &quot;%1&quot; -&gt; &quot;%2&quot;</translation>
     </message>
     <message>
         <source>Cannot read from %1: %2</source>
@@ -582,8 +646,147 @@ If not, it will be uploaded to
         <translation>Не удаётся сохранить в %1: %2</translation>
     </message>
     <message>
+        <source>MVX Board Toolkit v%1</source>
+        <translation>Инструментарий плат MVX, версия %1</translation>
+    </message>
+    <message>
+        <source>Developed by: Halvorn Works LLC</source>
+        <translation>Разработчик: ООО «Halvorn Works»</translation>
+    </message>
+    <message>
+        <source>3rd party software:</source>
+        <translation>Сторонние компоненты:</translation>
+    </message>
+    <message>
         <source>Your user may not open %1: join the group &quot;%2&quot; that owns it (sudo usermod -aG %2 $USER), then log out and log in again.</source>
         <translation>Нет прав на открытие %1: вступите в группу &quot;%2&quot;, которой принадлежит устройство (sudo usermod -aG %2 $USER), затем выйдите из системы и войдите снова.</translation>
+    </message>
+</context>
+<context>
+    <name>Preferences</name>
+    <message>
+        <source>Preferences</source>
+        <translation>Настройки</translation>
+    </message>
+    <message>
+        <source>Environment</source>
+        <translation>Среда</translation>
+    </message>
+    <message>
+        <source>Interface</source>
+        <translation>Интерфейс</translation>
+    </message>
+    <message>
+        <source>Language:</source>
+        <translation>Язык:</translation>
+    </message>
+    <message>
+        <source>Colors:</source>
+        <translation>Цвета:</translation>
+    </message>
+    <message>
+        <source>Light</source>
+        <translation>Светлая</translation>
+    </message>
+    <message>
+        <source>Dark</source>
+        <translation>Тёмная</translation>
+    </message>
+    <message>
+        <source>MC File List</source>
+        <translation>Список файлов МК</translation>
+    </message>
+    <message>
+        <source>Double click:</source>
+        <translation>Двойной щелчок:</translation>
+    </message>
+    <message>
+        <source>Edit File</source>
+        <translation>Редактировать файл</translation>
+    </message>
+    <message>
+        <source>Download File</source>
+        <translation>Скачать файл</translation>
+    </message>
+    <message>
+        <source>Default directory (STM):</source>
+        <translation>Каталог по умолчанию (STM):</translation>
+    </message>
+    <message>
+        <source>Default directory (ESP):</source>
+        <translation>Каталог по умолчанию (ESP):</translation>
+    </message>
+    <message>
+        <source>Transfer</source>
+        <translation>Передача</translation>
+    </message>
+    <message>
+        <source>Chunk Size:</source>
+        <translation>Размер блока:</translation>
+    </message>
+    <message>
+        <source>Default</source>
+        <translation>По умолчанию</translation>
+    </message>
+    <message>
+        <source>Upload File:</source>
+        <translation>Загрузка файла:</translation>
+    </message>
+    <message>
+        <source>Keep directory structure</source>
+        <translation>Сохранять структуру каталогов</translation>
+    </message>
+    <message>
+        <source>Upload to the root directory</source>
+        <translation>Загружать в корневой каталог</translation>
+    </message>
+    <message>
+        <source>Always ask</source>
+        <translation>Всегда спрашивать</translation>
+    </message>
+    <message>
+        <source>Ask to execute a script</source>
+        <translation>Предлагать выполнить сценарий</translation>
+    </message>
+    <message>
+        <source>&lt;html&gt;&lt;head/&gt;&lt;body&gt;&lt;p&gt;&lt;span style=&quot; font-weight:600; color:#ef2929;&quot;&gt;* Changing the color theme requires a restart&lt;/span&gt;&lt;/p&gt;&lt;/body&gt;&lt;/html&gt;</source>
+        <translation>&lt;html&gt;&lt;head/&gt;&lt;body&gt;&lt;p&gt;&lt;span style=&quot; font-weight:600; color:#ef2929;&quot;&gt;* Смена цветовой темы вступит в силу после перезапуска&lt;/span&gt;&lt;/p&gt;&lt;/body&gt;&lt;/html&gt;</translation>
+    </message>
+    <message>
+        <source>Editor</source>
+        <translation>Редактор</translation>
+    </message>
+    <message>
+        <source>Tab policy:</source>
+        <translation>Табуляция:</translation>
+    </message>
+    <message>
+        <source>Spaces</source>
+        <translation>Пробелы</translation>
+    </message>
+    <message>
+        <source>Tabs</source>
+        <translation>Табуляции</translation>
+    </message>
+    <message>
+        <source>Tab size:</source>
+        <translation>Ширина отступа:</translation>
+    </message>
+    <message>
+        <source>Automatic indentation</source>
+        <translation>Автоматический отступ</translation>
+    </message>
+    <message>
+        <source>Automatic parentheses completion</source>
+        <translation>Автоматическое закрытие скобок</translation>
+    </message>
+    <message>
+        <source>Word wrap</source>
+        <translation>Перенос строк</translation>
+    </message>
+    <message>
+        <source>Visualize whitespace</source>
+        <translation>Показывать пробельные символы</translation>
     </message>
 </context>
 <context>

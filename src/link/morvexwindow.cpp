@@ -25,6 +25,7 @@ MorvexWindow::MorvexWindow(QWidget *parent)
     ui->progressBar->hide();
     ui->progressBar->setFormat(tr("%p% (%v of %m bytes)"));
     ui->b_actionsToolBar->setEnabled(false);
+    setupUpdater();
 
     connect(&port, &QSerialPort::readyRead, this, &MorvexWindow::io_ready);
     connect(&port, &QSerialPort::aboutToClose, this, &MorvexWindow::io_disconnected);

@@ -202,6 +202,9 @@ public slots:
     // morvexwindow_commands.cpp
     void queryInfo();
 
+    // morvexwindow_about.cpp (src/shell)
+    void checkUpdate();
+
 private slots:
     // morvexwindow_connect.cpp
     void on_actionConnect_triggered();
@@ -250,6 +253,11 @@ private slots:
     void on_actionEdit_triggered();
     void on_actionNew_File_triggered();
 
+    // morvexwindow_about.cpp
+    void on_actionPreferences_triggered();
+    void on_actionAbout_triggered();
+    void on_actionAbout_Qt_triggered();
+
 protected:
     // morvexwindow_reconnect.cpp
     void closeEvent(QCloseEvent *event) override;
@@ -263,6 +271,9 @@ private:
 
     // morvexwindow_panes.cpp
     void setupPanes();
+
+    // morvexwindow_about.cpp
+    void setupUpdater();
 
     QSettings settings;
     QString termTimeColor;

@@ -2,6 +2,12 @@
 
 #include <QDialog>
 
+namespace Ui {
+class Preferences;
+}
+
+// Edits the part of the settings store that users are meant to change. Lives
+// on the stack of the slot that shows it: load, exec, save on OK.
 class Preferences : public QDialog
 {
     Q_OBJECT
@@ -11,4 +17,11 @@ public:
     Q_ENUM(DirTarget)
 
     explicit Preferences(QWidget *parent = nullptr);
+    ~Preferences() override;
+
+    void load();
+    void save();
+
+private:
+    Ui::Preferences *ui;
 };
