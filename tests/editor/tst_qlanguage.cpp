@@ -33,18 +33,14 @@ void tst_QLanguage::initTestCase()
 void tst_QLanguage::resources_data()
 {
     QTest::addColumn<QString>("language");
-    QTest::addColumn<QList<int>>("counts"); // of the sections in name order
 
-    QTest::newRow("python") << "python" << QList<int>{3, 17, 10};
-    QTest::newRow("lua") << "lua" << QList<int>{15, 17, 9};
-    QTest::newRow("cpp") << "cpp" << QList<int>{83, 13};
-    QTest::newRow("glsl") << "glsl" << QList<int>{183, 41, 121};
+    for (const char *language : {"python", "lua", "cpp", "glsl"})
+        QTest::newRow(language) << language;
 }
 
 void tst_QLanguage::resources()
 {
     QFETCH(QString, language);
-    QFETCH(QList<int>, counts);
 
     QFile file(QStringLiteral(":/languages/%1.xml").arg(language));
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -58,10 +54,8 @@ void tst_QLanguage::resources()
         names << section.first;
     QCOMPARE(reader.sectionNames(), names);
 
-    for (int i = 0; i < expected.size(); ++i) {
-        QCOMPARE(expected.at(i).second.size(), counts.at(i));
-        QCOMPARE(reader.wordsOf(expected.at(i).first), expected.at(i).second);
-    }
+    for (const auto &section : expected)
+        QCOMPARE(reader.wordsOf(section.first), section.second);
 }
 
 void tst_QLanguage::documents_data()

@@ -139,13 +139,6 @@ void tst_QLineNumberArea::paintsBesideTheViewport()
         bearing = qMax(bearing, metrics.boundingRect(QLatin1Char(digit)).right() -
                                     metrics.horizontalAdvance(QLatin1Char(digit)));
     QCOMPARE(inkRight, gutter->width() - 5 + bearing);
-
-    // One more digit widens both the margin and the gutter.
-    const int narrow = gutter->width();
-    editor.setPlainText(lines(10));
-    QTRY_COMPARE(margin(editor), gutter->sizeHint().width());
-    QTRY_COMPARE(gutter->width(), gutter->sizeHint().width());
-    QVERIFY(gutter->width() > narrow);
 }
 
 void tst_QLineNumberArea::firstVisibleBlockFollowsScrolling()
