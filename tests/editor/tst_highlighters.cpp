@@ -168,6 +168,7 @@ void tst_Highlighters::formats_data()
     row("cpp", "other directive") << "#define X 1" << "1=Preprocessor 8=-";
     row("cpp", "return type of a call") << "Widget make(1);" << "0=Type 7=Function";
     row("cpp", "qualified call") << "std::sort(v);" << "0=Function 5=Function";
+    row("cpp", "blank before bracket") << "make (1);" << "0=Function";
     row("cpp", "declared class type") << "Widget x;" << "0=Type 7=-";
     row("cpp", "primitive over declared") << "int x = 5;" << "0=PrimitiveType";
     row("cpp", "keyword") << "return x;" << "0=Keyword";
@@ -224,6 +225,7 @@ void tst_Highlighters::formats_data()
     row("lua", "line comment") << "x = 1 -- note" << "9=Comment";
     row("lua", "declared type") << "Vec vv = 1" << "0=Type";
     row("lua", "declared name of one letter") << "Vec v = 1" << "0=-";
+    row("lua", "declared type wants =") << "Vec vv;" << "0=-";
 
     row("lua", "comment block") << "--[[ a\nif b\n--]]\nx = 1" << "5=Comment 1:0=Comment 3:4=Number states=1,1,0,0";
     row("lua", "string block") << "x = [[\nif\n]] y" << "0=- 1:0=String states=2,2,0";

@@ -1,5 +1,6 @@
 #include "qcodeeditor.h"
 #include "qframedtextattribute.h"
+#include "qglslcompleter.h"
 #include "qlinenumberarea.h"
 #include "qpythoncompleter.h"
 #include "qpythonhighlighter.h"
@@ -11,6 +12,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QMimeData>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextBlock>
@@ -45,7 +47,7 @@ private:
 
     SettingsSandbox sandbox;
     QCodeEditor *editor = nullptr;
-    QPythonCompleter *completer = nullptr;
+    QCompleter *completer = nullptr;
 };
 
 // In the texts of these tests "|" is the cursor and "#" a frame.
@@ -89,10 +91,11 @@ QString tst_QCodeEditor::textWithCursor() const
 void tst_QCodeEditor::typeKeys(const QString &keys)
 {
     static const QHash<QString, QPair<Qt::Key, Qt::KeyboardModifiers>> named = {
-        {"Return", {Qt::Key_Return, Qt::NoModifier}},      {"Tab", {Qt::Key_Tab, Qt::NoModifier}},
+        {"Return", {Qt::Key_Return, Qt::NoModifier}},        {"Enter", {Qt::Key_Enter, Qt::KeypadModifier}},
+        {"Tab", {Qt::Key_Tab, Qt::NoModifier}},              {"Ctrl+Tab", {Qt::Key_Tab, Qt::ControlModifier}},
         {"Shift+Tab", {Qt::Key_Backtab, Qt::ShiftModifier}}, {"Backspace", {Qt::Key_Backspace, Qt::NoModifier}},
-        {"Delete", {Qt::Key_Delete, Qt::NoModifier}},      {"Left", {Qt::Key_Left, Qt::NoModifier}},
-        {"Shift", {Qt::Key_Shift, Qt::NoModifier}},        {"Ctrl", {Qt::Key_Control, Qt::NoModifier}},
+        {"Delete", {Qt::Key_Delete, Qt::NoModifier}},        {"Left", {Qt::Key_Left, Qt::NoModifier}},
+        {"Shift", {Qt::Key_Shift, Qt::NoModifier}},          {"Ctrl", {Qt::Key_Control, Qt::NoModifier}},
         {"Ctrl+Space", {Qt::Key_Space, Qt::ControlModifier}}};
     for (int i = 0; i < keys.size(); ++i) {
         const int end = keys.at(i) == QLatin1Char('<') ? keys.indexOf(QLatin1Char('>'), i) : -1;
@@ -139,10 +142,11 @@ void tst_QCodeEditor::defaults()
     QVERIFY(!(editor->document()->defaultTextOption().flags() & QTextOption::ShowTabsAndSpaces));
 }
 
-// Rows: text and cursor before, keys typed, text and cursor after ("~" is one
+// Rows: text and cursor before, keys typed, text and cursor after ("`" is one
 // tab stop distance in blanks), the settings that differ from the defaults
-// ("tabs" is spacesForTab off), and the completion popup then: "" when hidden,
-// else the prefix and the word of the current row.
+// ("tabs" is spacesForTab off; "glsl completer" offers the GLSL words instead
+// of the Python ones), and the completion popup then: "" when hidden, else the
+// prefix and the word of the current row.
 void tst_QCodeEditor::keys_data()
 {
     QTest::addColumn<QString>("before");
@@ -167,18 +171,21 @@ void tst_QCodeEditor::keys_data()
     row("no stepping over when off", "(|)", ")", "()|)", "no pairs");
 
     row("return repeats the line's indent", "    ab|cd", "<Return>", "    ab\n    |cd");
+    row("enter repeats the line's indent", "    ab|cd", "<Enter>", "    ab\n    |cd");
     row("return on a line without indent", "x|", "<Return>", "x\n|");
     row("return without auto indent", "  x|", "<Return>", "  x\n|", "no indent");
     row("braces without auto indent", "{|}", "<Return>", "{\n|}", "no indent");
     // The middle line goes in by the tab stop distance, not the tab replacement.
-    row("braces with spaces", "    {|}", "<Return>", "    {\n    ~|\n    }");
+    row("braces with spaces", "    {|}", "<Return>", "    {\n    `|\n    }");
     row("braces with tabs", "{|}", "<Return>", "{\n\t|\n}", "tabs");
+    row("braces opened by enter", "{|}", "<Enter>", "{\n`|\n}");
     row("ctrl+space types nothing without a completer", "f|", "<Ctrl+Space>", "f|");
 
     row("tab inserts the replacement", "x|", "<Tab>", "x    |");
     row("tab of two blanks", "|", "<Tab>", "  |", "size 2");
     row("tab of no blanks", "|", "<Tab>", "|", "size 0");
     row("tab character without spaces", "x|", "<Tab>", "x\t|", "tabs");
+    row("ctrl+tab goes to the base", "x|", "<Ctrl+Tab>", "x|");
     row("shift+tab removes two blanks", "  x|", "<Shift+Tab>", "x|");
     row("shift+tab removes at most the replacement", "        x|", "<Shift+Tab>", "    x|");
     row("shift+tab works from the line start", "    ab|cd", "<Shift+Tab>", "ab|cd");
@@ -190,11 +197,20 @@ void tst_QCodeEditor::keys_data()
     row("popup at the second letter", "|", "mi", "mi|", "completer", "mi: min");
     row("popup left open by bare modifiers", "|", "mi<Shift><Ctrl>", "mi|", "completer", "mi: min");
     row("popup closed by a separator", "|", "mi ", "mi |", "completer");
-    row("popup closed by a stop character", "|", "le.", "le.|", "completer");
     row("popup closed by a key without text", "|", "mi<Left>", "m|i", "completer");
     row("popup never opened by Delete", "max|x", "<Delete>", "max|", "completer");
     row("popup for one letter by ctrl+space", "|", "f<Ctrl+Space>", "f|", "completer", "f: for");
     row("return left to the popup", "|", "le<Return>", "le|", "completer", "le: len");
+    row("enter left to the popup", "|", "le<Enter>", "le|", "completer", "le: len");
+    row("tab left to the popup", "|", "le<Tab>", "le|", "completer", "le: len");
+    row("shift+tab left to the popup", "  |", "le<Shift+Tab>", "  le|", "completer", "le: len");
+
+    // Each stop character closes the popup, typed just before a word that
+    // would be offered otherwise.
+    for (const QChar stop : QStringLiteral("~!@#$%^&*()+{}|:\"<>?,./;'[]\\-="))
+        QTest::addRow("popup closed by %c", stop.toLatin1())
+            << "|le" << QString(stop) << QString(stop) + QLatin1String("|le") << "completer no pairs" << "";
+    row("popup closed by _", "atomic|uint", "_", "atomic_|uint", "glsl completer");
 }
 
 void tst_QCodeEditor::keys()
@@ -205,6 +221,8 @@ void tst_QCodeEditor::keys()
     QFETCH(QString, settings);
     QFETCH(QString, popup);
 
+    if (settings.contains(QLatin1String("glsl")))
+        completer = new QGLSLCompleter(editor);
     if (settings.contains(QLatin1String("completer")))
         editor->setCompleter(completer);
     editor->setAutoIndent(!settings.contains(QLatin1String("no indent")));
@@ -215,16 +233,19 @@ void tst_QCodeEditor::keys()
     setText(before);
 
     typeKeys(keys);
-    // Unlike 4, the tab replacement, so that "~" tells the two apart.
+    // Unlike 4, the tab replacement, so that "`" tells the two apart.
     const int tabStop = int(editor->tabStopDistance() / editor->fontMetrics().averageCharWidth());
     QVERIFY(tabStop != 4);
-    QCOMPARE(textWithCursor(), after.replace(QLatin1Char('~'), QString(tabStop, QLatin1Char(' '))));
+    QCOMPARE(textWithCursor(), after.replace(QLatin1Char('`'), QString(tabStop, QLatin1Char(' '))));
     if (popup.isEmpty()) {
         QVERIFY(!completer->popup()->isVisible());
     } else {
         QTRY_VERIFY(completer->popup()->isVisible());
         QCOMPARE(completer->completionPrefix() + QLatin1String(": ") +
                      completer->popup()->currentIndex().data().toString(), popup);
+        // As wide as its widest word and a scroll bar.
+        QAbstractItemView *list = completer->popup();
+        QCOMPARE(list->width(), list->sizeHintForColumn(0) + list->verticalScrollBar()->sizeHint().width());
     }
 }
 

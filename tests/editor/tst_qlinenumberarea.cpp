@@ -9,6 +9,8 @@
 #include <QTest>
 #include <QTextBlock>
 
+#include <limits>
+
 class tst_QLineNumberArea : public QObject
 {
     Q_OBJECT
@@ -22,6 +24,12 @@ private slots:
 private:
     SettingsSandbox sandbox;
 };
+
+// The viewport's left margin, which the gutter covers.
+static int margin(const QCodeEditor &editor)
+{
+    return editor.viewport()->geometry().left() - editor.contentsRect().left();
+}
 
 static QString lines(int count)
 {
@@ -37,6 +45,7 @@ void tst_QLineNumberArea::widthByDigitCount_data()
     QTest::addColumn<int>("digits");
 
     QTest::newRow("empty document") << 0 << 1;
+    QTest::newRow("one line") << 1 << 1;
     QTest::newRow("nine lines") << 9 << 1;
     QTest::newRow("ten lines") << 10 << 2;
     QTest::newRow("100 lines") << 100 << 3;
@@ -57,6 +66,15 @@ void tst_QLineNumberArea::widthByDigitCount()
     const int digitWidth = editor.fontMetrics().horizontalAdvance(QLatin1Char('9'));
     QVERIFY(digitWidth > 0);
     QCOMPARE(gutter->sizeHint(), QSize(13 + digits * digitWidth, 0));
+
+    // Once painted, the viewport leaves the gutter its room, also where the
+    // line count never changed.
+    editor.resize(300, 200);
+    editor.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&editor));
+    QTRY_COMPARE(margin(editor), gutter->sizeHint().width());
+    QCOMPARE(gutter->geometry(), QRect(editor.contentsRect().topLeft(),
+                                       QSize(gutter->sizeHint().width(), editor.contentsRect().height())));
 
     QLineNumberArea orphan(nullptr);
     QCOMPARE(orphan.sizeHint(), QWidget().sizeHint());
@@ -89,10 +107,7 @@ void tst_QLineNumberArea::paintsBesideTheViewport()
     QVERIFY(QTest::qWaitForWindowExposed(&editor));
 
     auto *gutter = editor.findChild<QLineNumberArea *>();
-    const auto margin = [&editor] { return editor.viewport()->geometry().left() - editor.contentsRect().left(); };
-    QTRY_COMPARE(margin(), gutter->sizeHint().width());
-    QCOMPARE(gutter->geometry().topLeft(), editor.contentsRect().topLeft());
-    QCOMPARE(gutter->height(), editor.contentsRect().height());
+    QTRY_COMPARE(margin(editor), gutter->sizeHint().width());
 
     const QImage image = gutter->grab().toImage();
     QVERIFY(!image.isNull());
@@ -109,12 +124,21 @@ void tst_QLineNumberArea::paintsBesideTheViewport()
     QVERIFY(hasColour(image, "#ff0000", top + h, top + 2 * h) && !hasColour(image, "#0000ff", top + h, top + 2 * h));
     QVERIFY(hasColour(image, "#0000ff", top + 2 * h, top + 3 * h));
 
-    // One more digit widens both the margin and the gutter.
-    const int narrow = gutter->width();
-    editor.setPlainText(lines(10));
-    QTRY_COMPARE(margin(), gutter->sizeHint().width());
-    QTRY_COMPARE(gutter->width(), gutter->sizeHint().width());
-    QVERIFY(gutter->width() > narrow);
+    // The numbers end 5 pixels left of the gutter's right edge: the ink of
+    // the last digit ends where its glyph puts it within its advance.
+    int inkRight = -1;
+    for (int x = 0; x < image.width(); ++x) {
+        for (int y = 0; y < image.height(); ++y) {
+            if (image.pixelColor(x, y) != QColor("#ffffff"))
+                inkRight = x;
+        }
+    }
+    const QFontMetrics metrics(editor.font());
+    int bearing = std::numeric_limits<int>::min();
+    for (const char digit : {'1', '2', '3'})
+        bearing = qMax(bearing, metrics.boundingRect(QLatin1Char(digit)).right() -
+                                    metrics.horizontalAdvance(QLatin1Char(digit)));
+    QCOMPARE(inkRight, gutter->width() - 5 + bearing);
 }
 
 void tst_QLineNumberArea::firstVisibleBlockFollowsScrolling()
