@@ -144,6 +144,7 @@ public:
     // morvexwindow_packages.cpp (src/files)
     void uploadZPack(const QString &path);
     void uploadZfw(const QString &path);
+    static QHash<QString, QString> parsePaxRecords(const QByteArray &data);
 
     // morvexwindow_sync.cpp (src/files)
     void syncFiles(const QString &localRoot, const QStringList &names, bool uploadMissing);
@@ -235,6 +236,11 @@ private:
 
     // morvexwindow_panes.cpp
     void setupPanes();
+
+    // morvexwindow_packages.cpp
+    bool packageInProgress(); // warns when one is
+    void endZPack();
+    void endZfw();
 
     QSettings settings;
     QString termTimeColor;

@@ -21,6 +21,8 @@
 #include <QTextBrowser>
 #include <QToolButton>
 
+#include <algorithm>
+
 SettingsSandbox::SettingsSandbox()
 {
     QStandardPaths::setTestModeEnabled(true);
@@ -121,7 +123,10 @@ void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int fa
 {
     // Added to what is there: windows of earlier boards still reconnect through the list.
     QStringList extra = qEnvironmentVariable("MORVEX_EXTRA_PORTS").split(QLatin1Char(':'), Qt::SkipEmptyParts);
-    if (!extra.contains(board.portPath()))
+    const bool listed = std::any_of(extra.cbegin(), extra.cend(), [&](const QString &entry) {
+        return entry == board.portPath() || entry.startsWith(board.portPath() + QLatin1Char('='));
+    });
+    if (!listed)
         extra << board.portPath();
     qputenv("MORVEX_EXTRA_PORTS", extra.join(QLatin1Char(':')).toLocal8Bit());
     const QString port = board.portPath();

@@ -56,7 +56,8 @@ private:
 };
 
 // Connects the window to the board through the real connection popup: the
-// board's port is offered through MORVEX_EXTRA_PORTS, chosen with the family
+// board's port is offered through MORVEX_EXTRA_PORTS (unless an entry of the
+// test, such as "path=SERIAL", offers it already), chosen with the family
 // index (0 STM32, 1 ESP32) and baud rate, and applied.
 void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int family,
                          const QString &baud = QStringLiteral("115200"));
