@@ -15,6 +15,7 @@
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QLineEdit>
+#include <QProcess>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTest>
@@ -218,6 +219,30 @@ bool inOrder(const QStringList &messages, const QStringList &expected)
         ++at;
     }
     return true;
+}
+
+bool runProgram(const QString &program, const QStringList &args, const QString &workDir, QByteArray *output)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    if (!workDir.isEmpty())
+        process.setWorkingDirectory(workDir);
+    process.start(program, args);
+    const bool finished = process.waitForStarted(10000) && process.waitForFinished(60000);
+    const QByteArray said = process.readAll();
+    if (output)
+        *output = said;
+    if (!finished || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
+        qWarning("%s failed: %s", qPrintable(program), said.constData());
+        return false;
+    }
+    return true;
+}
+
+bool runPython(const QString &script, const QStringList &args, QByteArray *output)
+{
+    return runProgram(QStringLiteral(MORVEX_PYTHON), QStringList{QStringLiteral("-c"), script} + args, QString(),
+                      output);
 }
 
 bool waitFor(const std::function<bool()> &pred, int timeoutMs)

@@ -83,5 +83,12 @@ QModelIndex boardRow(MorvexWindow &window, const QString &name);
 // Writes a local file, making its folders; true when all was written.
 bool writeLocalFile(const QString &path, const QByteArray &data);
 
+// Runs a program to its end in workDir; true when it exits with 0. What it
+// wrote to stdout and stderr goes to *output.
+bool runProgram(const QString &program, const QStringList &args, const QString &workDir = QString(),
+                QByteArray *output = nullptr);
+// The project's Python with a script given as text, then args.
+bool runPython(const QString &script, const QStringList &args = QStringList(), QByteArray *output = nullptr);
+
 // Waits (serving events) until pred() holds or timeoutMs have passed.
 bool waitFor(const std::function<bool()> &pred, int timeoutMs);
