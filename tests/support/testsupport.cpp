@@ -21,6 +21,8 @@
 #include <QTest>
 #include <QTextBrowser>
 #include <QToolButton>
+#include <quazip.h>
+#include <quazipfile.h>
 
 #include <algorithm>
 
@@ -118,6 +120,25 @@ DialogAnswerer *DialogAnswerer::fileName(const QString &path, QObject *parent)
         }
         return true;
     }, parent);
+}
+
+ActWhen::ActWhen(std::function<bool()> pred, std::function<void()> action, QObject *parent)
+    : QObject(parent)
+    , m_pred(std::move(pred))
+    , m_action(std::move(action))
+{
+    connect(&m_timer, &QTimer::timeout, this, &ActWhen::poll);
+    m_timer.start(10);
+}
+
+void ActWhen::poll()
+{
+    if (m_done || !m_pred())
+        return;
+    // Marked first: the action may itself wait, and the timer fires on meanwhile.
+    m_done = true;
+    m_timer.stop();
+    m_action();
 }
 
 void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int family, const QString &baud)
@@ -219,6 +240,25 @@ bool inOrder(const QStringList &messages, const QStringList &expected)
         ++at;
     }
     return true;
+}
+
+bool writeZip(const QString &path, const QList<QPair<QString, QByteArray>> &members, const QString &comment)
+{
+    QuaZip zip(path);
+    if (!zip.open(QuaZip::mdCreate))
+        return false;
+    zip.setComment(comment);
+    for (const auto &member : members) {
+        QuaZipFile file(&zip);
+        if (!file.open(QIODevice::WriteOnly, QuaZipNewInfo(member.first))
+            || file.write(member.second) != member.second.size())
+            return false;
+        file.close();
+        if (file.getZipError() != 0)
+            return false;
+    }
+    zip.close();
+    return zip.getZipError() == 0;
 }
 
 bool runProgram(const QString &program, const QStringList &args, const QString &workDir, QByteArray *output)

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QList>
 #include <QMessageBox>
+#include <QPair>
 #include <QObject>
 #include <QString>
 #include <QTemporaryDir>
@@ -55,6 +57,25 @@ private:
     QStringList m_texts;
 };
 
+// Runs action once, from the event loop, as soon as pred() holds; it polls,
+// so it also acts from inside the nested loops of a running operation.
+class ActWhen : public QObject
+{
+    Q_OBJECT
+
+public:
+    ActWhen(std::function<bool()> pred, std::function<void()> action, QObject *parent = nullptr);
+    bool done() const { return m_done; }
+
+private:
+    void poll();
+
+    std::function<bool()> m_pred;
+    std::function<void()> m_action;
+    QTimer m_timer;
+    bool m_done = false;
+};
+
 // Connects the window to the board through the real connection popup: the
 // board's port is offered through MORVEX_EXTRA_PORTS (unless an entry of the
 // test, such as "path=SERIAL", offers it already), chosen with the family
@@ -82,6 +103,11 @@ QModelIndex boardRow(MorvexWindow &window, const QString &name);
 
 // Writes a local file, making its folders; true when all was written.
 bool writeLocalFile(const QString &path, const QByteArray &data);
+
+// Writes a zip archive through QuaZip: members in order as (name, data); a
+// name that ends in "/" makes a directory member.
+bool writeZip(const QString &path, const QList<QPair<QString, QByteArray>> &members,
+              const QString &comment = QString());
 
 // Runs a program to its end in workDir; true when it exits with 0. What it
 // wrote to stdout and stderr goes to *output.
