@@ -346,10 +346,6 @@
         <translation>Не удаётся перейти в папку %1</translation>
     </message>
     <message>
-        <source>Package upload is not available yet</source>
-        <translation>Загрузка пакетов пока недоступна</translation>
-    </message>
-    <message>
         <source>Synchronization is not available yet</source>
         <translation>Синхронизация пока недоступна</translation>
     </message>
@@ -423,7 +419,7 @@ If not, it will be uploaded to
     </message>
     <message>
         <source>Start uploading &quot;%1&quot; -&gt; &quot;%2&quot;</source>
-        <translation>Начало загрузки "%1" -&gt; "%2"</translation>
+        <translation>Начало загрузки &quot;%1&quot; -&gt; &quot;%2&quot;</translation>
     </message>
     <message>
         <source>Cannot read from %1: %2</source>
@@ -580,6 +576,70 @@ If not, it will be uploaded to
     <message>
         <source>Cannot save to %1: %2</source>
         <translation>Не удаётся сохранить в %1: %2</translation>
+    </message>
+    <message>
+        <source>Package Upload</source>
+        <translation>Загрузка пакета</translation>
+    </message>
+    <message>
+        <source>A package is being uploaded. Please wait</source>
+        <translation>Идёт загрузка пакета. Пожалуйста, подождите</translation>
+    </message>
+    <message>
+        <source>Invalid package %1 - maybe not an zpack?</source>
+        <translation>Неверный пакет %1 - возможно, это не zpack?</translation>
+    </message>
+    <message>
+        <source>Loading zpack for %1</source>
+        <translation>Загрузка zpack для %1</translation>
+    </message>
+    <message>
+        <source>ZPack is broken (cannot get %1). Abort</source>
+        <translation>ZPack повреждён (не удаётся найти %1). Прервано</translation>
+    </message>
+    <message>
+        <source>ZPack is broken (cannot read %1). Abort</source>
+        <translation>ZPack повреждён (не удаётся прочитать %1). Прервано</translation>
+    </message>
+    <message>
+        <source>Uploading %1 from zpack</source>
+        <translation>Загрузка %1 из zpack</translation>
+    </message>
+    <message>
+        <source>ZPack uploaded!</source>
+        <translation>ZPack загружен!</translation>
+    </message>
+    <message>
+        <source>Cannot read zfw package: %1</source>
+        <translation>Не удаётся прочитать пакет zfw: %1</translation>
+    </message>
+    <message>
+        <source>Loading zfw from %1</source>
+        <translation>Загрузка zfw из %1</translation>
+    </message>
+    <message>
+        <source>Uploading %1</source>
+        <translation>Загрузка %1</translation>
+    </message>
+    <message>
+        <source>ZFW firmware package is for %1/%2 (%3)</source>
+        <translation>Пакет прошивки ZFW предназначен для %1/%2 (%3)</translation>
+    </message>
+    <message>
+        <source>ZFW firmware pack uploaded!</source>
+        <translation>Пакет прошивки ZFW загружен!</translation>
+    </message>
+    <message>
+        <source>Select package</source>
+        <translation>Выберите пакет</translation>
+    </message>
+    <message>
+        <source>Tarvo pack files (*.zpack);; ZFW firmware updates (*.zfw)</source>
+        <translation>Пакеты Tarvo (*.zpack);; Обновления прошивки ZFW (*.zfw)</translation>
+    </message>
+    <message>
+        <source>Unsupported package type</source>
+        <translation>Неподдерживаемый тип пакета</translation>
     </message>
 </context>
 <context>
