@@ -6,11 +6,10 @@
 
 #include <QAction>
 #include <QDir>
-#include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeView>
@@ -47,15 +46,6 @@ void operator delete(void *p, std::size_t) noexcept
 }
 
 namespace {
-QByteArray randomBytes(int size, quint32 seed)
-{
-    QRandomGenerator generator(seed);
-    QByteArray data(size, '\0');
-    for (int i = 0; i < size; ++i)
-        data[i] = char(generator.bounded(256));
-    return data;
-}
-
 using Members = QList<QPair<QString, QByteArray>>;
 
 // A zfw made by Python's tarfile: a pax global header when pax is not empty,
@@ -84,18 +74,6 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT if pax else tarfil
             t.addfile(info, io.BytesIO(raw))
 )"),
                      {path, QString::fromUtf8(QJsonDocument(spec).toJson(QJsonDocument::Compact))});
-}
-
-QByteArray readBytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool overwrite(const QString &path, const QByteArray &data)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
 }
 
 QByteArray paxRecord(const QByteArray &key, const QByteArray &value)
@@ -291,7 +269,7 @@ void tst_Packages::faults_data()
                                << QStringList{QStringLiteral("Loading zpack for ")} << QVariantMap() << false;
 
     QVERIFY(writeZip(zip, {{QStringLiteral("a.txt"), a}, {QStringLiteral("b.bin"), b}}));
-    QByteArray broken = readBytes(zip);
+    QByteArray broken = readLocalFile(zip);
     // The local header of the second member loses its signature.
     broken[broken.indexOf("PK\x03\x04", 4) + 2] = 'X';
     QTest::newRow("broken member") << "broken.zpack" << broken
@@ -304,13 +282,13 @@ void tst_Packages::faults_data()
     QVERIFY(writeZip(zip, {{QStringLiteral("first.txt"), a}, {QStringLiteral("dir/"), QByteArray()},
                            {QStringLiteral("dir/late.txt"), a}}));
     QTest::newRow("zip with a directory member ends in its upload")
-        << "withdir.zpack" << readBytes(zip)
+        << "withdir.zpack" << readLocalFile(zip)
         << QStringList{QStringLiteral("Uploading first.txt from zpack"), QStringLiteral("Uploading dir/ from zpack")}
         << QStringList{done, QStringLiteral("Uploading dir/late.txt from zpack")}
         << QVariantMap{{QStringLiteral("first.txt"), a}, {QStringLiteral("dir/late.txt"), QVariant()}} << true;
 
     QVERIFY(writeZfw(tar, {}, {{QStringLiteral("a.txt"), a}, {QStringLiteral("b.bin"), b}}));
-    const QByteArray whole = readBytes(tar);
+    const QByteArray whole = readLocalFile(tar);
     // 700 bytes of b.bin's data are left; the rest goes up as zeros.
     QTest::newRow("truncated zfw") << "cut.zfw" << whole.left(1024 + 512 + 700)
                                    << QStringList{QStringLiteral("Uploading a.txt"), QStringLiteral("Uploading b.bin"), zfwDone}
@@ -335,7 +313,7 @@ void tst_Packages::faults_data()
     QVERIFY(writeZfw(tar, {{QStringLiteral("board"), QStringLiteral("PYBv1.1")}, {QStringLiteral("comment"), QStringLiteral("no mod")}},
                      {{QStringLiteral("a.txt"), a}}));
     QTest::newRow("board without mod: no package line")
-        << "nomod.zfw" << readBytes(tar)
+        << "nomod.zfw" << readLocalFile(tar)
         << QStringList{QStringLiteral("Loading zfw from %1"), QStringLiteral("Uploading a.txt"), zfwDone}
         << QStringList{QStringLiteral("ZFW firmware package is for")}
         << QVariantMap{{QStringLiteral("a.txt"), a}} << true;
@@ -356,7 +334,7 @@ void tst_Packages::faults()
 
     QTemporaryDir local;
     const QString path = local.filePath(file);
-    QVERIFY(overwrite(path, package));
+    QVERIFY(writeLocalFile(path, package));
     // The ESP32's board folder is "/", where the relative names of these packages land.
     VirtualBoard board;
     QVERIFY(board.start({QStringLiteral("--family"), QStringLiteral("esp32")}));
@@ -414,7 +392,7 @@ void tst_Packages::secondPackageRefused()
     QCOMPARE(answer->texts(), (QStringList{question, question, QStringLiteral("A package is being uploaded. Please wait")}));
     const QStringList log = syslogMessages(w);
     QVERIFY2(log.contains(QStringLiteral("ZPack uploaded!")), qPrintable(log.join('\n')));
-    QVERIFY(!log.filter(QStringLiteral("Loading zfw from")).size());
+    QVERIFY(log.filter(QStringLiteral("Loading zfw from")).isEmpty());
     for (const auto &member : zipped)
         QCOMPARE(board.readFile(member.first), member.second);
     QVERIFY(!board.exists(QStringLiteral("second.txt")));

@@ -3,7 +3,7 @@
 #include "testsupport.h"
 
 #include <QDir>
-#include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -18,18 +18,6 @@ QByteArray pattern(int size)
     for (int i = 0; i < size; ++i)
         data[i] = char((i * 7 + 3) & 0xff);
     return data;
-}
-
-QByteArray fileBytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeBytes(const QString &path, const QByteArray &data)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
 }
 
 // "position name type size ustar" of a header, for row comparisons.
@@ -106,18 +94,18 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
 )"),
                       {archive(QStringLiteral("python.tar"))}));
 
-    const QByteArray ustar = fileBytes(archive(QStringLiteral("ustar.tar")));
+    const QByteArray ustar = readLocalFile(archive(QStringLiteral("ustar.tar")));
     QCOMPARE(ustar.size() % 512, 0);
-    QVERIFY(writeBytes(archive(QStringLiteral("empty.tar")), QByteArray()));
-    QVERIFY(writeBytes(archive(QStringLiteral("zero.tar")), QByteArray(1024, '\0')));
+    QVERIFY(writeLocalFile(archive(QStringLiteral("empty.tar")), QByteArray()));
+    QVERIFY(writeLocalFile(archive(QStringLiteral("zero.tar")), QByteArray(1024, '\0')));
     QByteArray flipped = ustar;
     flipped[0] = 'S';
-    QVERIFY(writeBytes(archive(QStringLiteral("flipped-first.tar")), flipped));
+    QVERIFY(writeLocalFile(archive(QStringLiteral("flipped-first.tar")), flipped));
     flipped = ustar;
     flipped[1024 + 1] = char(flipped.at(1024 + 1) ^ 0x01);
-    QVERIFY(writeBytes(archive(QStringLiteral("flipped-second.tar")), flipped));
+    QVERIFY(writeLocalFile(archive(QStringLiteral("flipped-second.tar")), flipped));
     // 88 bytes of five13.bin's data are left.
-    QVERIFY(writeBytes(archive(QStringLiteral("truncated.tar")), ustar.left(3072 + 88)));
+    QVERIFY(writeLocalFile(archive(QStringLiteral("truncated.tar")), ustar.left(3072 + 88)));
 }
 
 void tst_Tar::walk_data()
@@ -329,8 +317,8 @@ void tst_Tar::writeRoundTrip()
                        &said));
     QCOMPARE(said, QByteArray()); // not even a warning
     QVERIFY(QFileInfo(out + QStringLiteral("/lib")).isDir());
-    QCOMPARE(fileBytes(out + QStringLiteral("/lib/main.py")), script);
-    QCOMPARE(fileBytes(out + QStringLiteral("/block.bin")), block);
+    QCOMPARE(readLocalFile(out + QStringLiteral("/lib/main.py")), script);
+    QCOMPARE(readLocalFile(out + QStringLiteral("/block.bin")), block);
     QVERIFY(QFileInfo::exists(out + QStringLiteral("/empty.txt")));
     QCOMPARE(QFileInfo(out + QStringLiteral("/empty.txt")).size(), 0);
 

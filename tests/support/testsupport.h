@@ -103,6 +103,10 @@ QModelIndex boardRow(MorvexWindow &window, const QString &name);
 
 // Writes a local file, making its folders; true when all was written.
 bool writeLocalFile(const QString &path, const QByteArray &data);
+// The whole content of a local file; empty if it cannot be read.
+QByteArray readLocalFile(const QString &path);
+// size bytes of a fixed pseudo-random sequence chosen by seed.
+QByteArray randomBytes(int size, quint32 seed);
 
 // Writes a zip archive through QuaZip: members in order as (name, data); a
 // name that ends in "/" makes a directory member.
