@@ -44,8 +44,6 @@ private slots:
     void readData_data();
     void readData();
     void writeRoundTrip();
-    void errorText_data();
-    void errorText();
 
 private:
     QString archive(const QString &name) const { return work.filePath(name); }
@@ -333,30 +331,6 @@ void tst_Tar::writeRoundTrip()
     QCOMPARE(header.mode, 0775u);
     QCOMPARE(header.type, int('5'));
     tar_close(&tar);
-}
-
-void tst_Tar::errorText_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("0") << 0 << "success";
-    QTest::newRow("-1") << -1 << "failure";
-    QTest::newRow("-2") << -2 << "could not open";
-    QTest::newRow("-3") << -3 << "could not read";
-    QTest::newRow("-4") << -4 << "could not write";
-    QTest::newRow("-5") << -5 << "could not seek";
-    QTest::newRow("-6") << -6 << "bad checksum";
-    QTest::newRow("-7") << -7 << "null record";
-    QTest::newRow("-8") << -8 << "file not found";
-    QTest::newRow("-9") << -9 << "unknown error";
-    QTest::newRow("1") << 1 << "unknown error";
-}
-
-void tst_Tar::errorText()
-{
-    QFETCH(int, code);
-    QFETCH(QString, text);
-    QCOMPARE(QString::fromLatin1(tar_error_text(code)), text);
 }
 
 QTEST_GUILESS_MAIN(tst_Tar)
