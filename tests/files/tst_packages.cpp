@@ -55,14 +55,14 @@ bool writeZfw(const QString &path, const QVariantMap &pax, const Members &member
     QJsonArray list;
     for (const auto &member : members)
         list.append(QJsonArray{member.first, QString::fromLatin1(member.second.toBase64())});
-    const QJsonObject spec{{QStringLiteral("pax"), QJsonObject::fromVariantMap(pax)}, {QStringLiteral("members"), list}};
+    const QJsonObject layout{{QStringLiteral("pax"), QJsonObject::fromVariantMap(pax)}, {QStringLiteral("members"), list}};
     return runPython(QStringLiteral(R"(
 import base64, io, json, sys, tarfile
-spec = json.loads(sys.argv[2])
-pax = spec['pax']
+layout = json.loads(sys.argv[2])
+pax = layout['pax']
 with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT if pax else tarfile.USTAR_FORMAT,
                   pax_headers=pax) as t:
-    for name, data in spec['members']:
+    for name, data in layout['members']:
         info = tarfile.TarInfo(name)
         info.mtime = 1700000000
         if name.endswith('/'):
@@ -73,7 +73,7 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT if pax else tarfil
             info.size = len(raw)
             t.addfile(info, io.BytesIO(raw))
 )"),
-                     {path, QString::fromUtf8(QJsonDocument(spec).toJson(QJsonDocument::Compact))});
+                     {path, QString::fromUtf8(QJsonDocument(layout).toJson(QJsonDocument::Compact))});
 }
 
 QByteArray paxRecord(const QByteArray &key, const QByteArray &value)
