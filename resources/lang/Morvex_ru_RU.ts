@@ -410,10 +410,6 @@ Aboriting update</source>
         <translation>Не удаётся перейти в папку %1</translation>
     </message>
     <message>
-        <source>Package upload is not available yet</source>
-        <translation>Загрузка пакетов пока недоступна</translation>
-    </message>
-    <message>
         <source>Synchronization is not available yet</source>
         <translation>Синхронизация пока недоступна</translation>
     </message>
@@ -660,6 +656,70 @@ If not, it will be uploaded to
     <message>
         <source>Your user may not open %1: join the group &quot;%2&quot; that owns it (sudo usermod -aG %2 $USER), then log out and log in again.</source>
         <translation>Нет прав на открытие %1: вступите в группу &quot;%2&quot;, которой принадлежит устройство (sudo usermod -aG %2 $USER), затем выйдите из системы и войдите снова.</translation>
+    </message>
+    <message>
+        <source>Package Upload</source>
+        <translation>Загрузка пакета</translation>
+    </message>
+    <message>
+        <source>A package is being uploaded. Please wait</source>
+        <translation>Идёт загрузка пакета. Пожалуйста, подождите</translation>
+    </message>
+    <message>
+        <source>Invalid package %1 - maybe not an zpack?</source>
+        <translation>Неверный пакет %1 - возможно, это не zpack?</translation>
+    </message>
+    <message>
+        <source>Loading zpack for %1</source>
+        <translation>Загрузка zpack для %1</translation>
+    </message>
+    <message>
+        <source>ZPack is broken (cannot get %1). Abort</source>
+        <translation>ZPack повреждён (не удаётся найти %1). Прервано</translation>
+    </message>
+    <message>
+        <source>ZPack is broken (cannot read %1). Abort</source>
+        <translation>ZPack повреждён (не удаётся прочитать %1). Прервано</translation>
+    </message>
+    <message>
+        <source>Uploading %1 from zpack</source>
+        <translation>Загрузка %1 из zpack</translation>
+    </message>
+    <message>
+        <source>ZPack uploaded!</source>
+        <translation>ZPack загружен!</translation>
+    </message>
+    <message>
+        <source>Cannot read zfw package: %1</source>
+        <translation>Не удаётся прочитать пакет zfw: %1</translation>
+    </message>
+    <message>
+        <source>Loading zfw from %1</source>
+        <translation>Загрузка zfw из %1</translation>
+    </message>
+    <message>
+        <source>Uploading %1</source>
+        <translation>Загрузка %1</translation>
+    </message>
+    <message>
+        <source>ZFW firmware package is for %1/%2 (%3)</source>
+        <translation>Пакет прошивки ZFW предназначен для %1/%2 (%3)</translation>
+    </message>
+    <message>
+        <source>ZFW firmware pack uploaded!</source>
+        <translation>Пакет прошивки ZFW загружен!</translation>
+    </message>
+    <message>
+        <source>Select package</source>
+        <translation>Выберите пакет</translation>
+    </message>
+    <message>
+        <source>Tarvo pack files (*.zpack);; ZFW firmware updates (*.zfw)</source>
+        <translation>Пакеты Tarvo (*.zpack);; Обновления прошивки ZFW (*.zfw)</translation>
+    </message>
+    <message>
+        <source>Unsupported package type</source>
+        <translation>Неподдерживаемый тип пакета</translation>
     </message>
 </context>
 <context>

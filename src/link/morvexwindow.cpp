@@ -3,6 +3,8 @@
 
 #include "ui_morvexwindow.h"
 
+#include "tarreader.h"
+
 #include <QCoreApplication>
 #include <quazip.h>
 
@@ -50,6 +52,10 @@ MorvexWindow::~MorvexWindow()
     if (zpackArchive) {
         zpackArchive->close();
         delete zpackArchive;
+    }
+    if (zfwArchive) {
+        tar_close(zfwArchive);
+        delete zfwArchive;
     }
     if (port.isOpen()) {
         // No io_disconnected in a dying window.

@@ -172,6 +172,7 @@ public:
     // morvexwindow_packages.cpp (src/files)
     void uploadZPack(const QString &path);
     void uploadZfw(const QString &path);
+    static QHash<QString, QString> parsePaxRecords(const QByteArray &data);
 
     // morvexwindow_sync.cpp (src/files)
     void syncFiles(const QString &localRoot, const QStringList &names, bool uploadMissing);
@@ -274,6 +275,11 @@ private:
 
     // morvexwindow_about.cpp
     void setupUpdater();
+
+    // morvexwindow_packages.cpp
+    bool packageInProgress(); // warns when one is
+    void endZPack();
+    void endZfw();
 
     QSettings settings;
     QString termTimeColor;

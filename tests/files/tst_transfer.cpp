@@ -7,7 +7,6 @@
 #include <QBuffer>
 #include <QFile>
 #include <QProgressBar>
-#include <QRandomGenerator>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -15,15 +14,6 @@
 #include <memory>
 
 namespace {
-QByteArray randomBytes(int size, quint32 seed)
-{
-    QRandomGenerator generator(seed);
-    QByteArray data(size, '\0');
-    for (int i = 0; i < size; ++i)
-        data[i] = char(generator.bounded(256));
-    return data;
-}
-
 // The board path prefix and the host-relative path of a board file.
 QString boardPath(int family, const QString &name)
 {

@@ -130,8 +130,9 @@ void tst_Panes::pcDoubleClick_data()
 
     const QString package = QStringLiteral("This is an update package. Do you want to unpack it and upload its contents?");
     const QString execute = QStringLiteral("Execute this file on the MC instead of uploading?");
+    // Not a zip inside: unpacking it is tried and refused.
     QTest::newRow("package, yes") << "fw.ZPACK" << false << int(QMessageBox::Yes) << package
-                                  << "Package upload is not available yet";
+                                  << "Invalid package %1 - maybe not an zpack?";
     QTest::newRow("package, no copies it") << "fw.zfw" << false << int(QMessageBox::No) << package << "upload";
     QTest::newRow("package, cancel") << "fw.zpack" << false << int(QMessageBox::Cancel) << package << "";
     QTest::newRow("python, no question") << "a.py" << false << 0 << "" << "upload";

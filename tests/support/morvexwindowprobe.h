@@ -17,4 +17,7 @@ struct MorvexWindowProbe
     static QFileSystemModel &pcModel(MorvexWindow &w) { return w.pcModel; }
     static QString &termTimeColor(MorvexWindow &w) { return w.termTimeColor; }
     static QString &logTimeColor(MorvexWindow &w) { return w.logTimeColor; }
+    static QuaZip *&zpackArchive(MorvexWindow &w) { return w.zpackArchive; }
+    static TarArchive *&zfwArchive(MorvexWindow &w) { return w.zfwArchive; }
+    static QTemporaryFile *&editTemp(MorvexWindow &w) { return w.editTemp; }
 };

@@ -15,11 +15,17 @@
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QLineEdit>
+#include <QProcess>
+#include <QRandomGenerator>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTest>
 #include <QTextBrowser>
 #include <QToolButton>
+#include <quazip.h>
+#include <quazipfile.h>
+
+#include <algorithm>
 
 SettingsSandbox::SettingsSandbox()
 {
@@ -117,6 +123,25 @@ DialogAnswerer *DialogAnswerer::fileName(const QString &path, QObject *parent)
     }, parent);
 }
 
+ActWhen::ActWhen(std::function<bool()> pred, std::function<void()> action, QObject *parent)
+    : QObject(parent)
+    , m_pred(std::move(pred))
+    , m_action(std::move(action))
+{
+    connect(&m_timer, &QTimer::timeout, this, &ActWhen::poll);
+    m_timer.start(10);
+}
+
+void ActWhen::poll()
+{
+    if (m_done || !m_pred())
+        return;
+    // Marked first: the action may itself wait, and the timer fires on meanwhile.
+    m_done = true;
+    m_timer.stop();
+    m_action();
+}
+
 void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int family, const QString &baud)
 {
     connectThroughPopup(window, board.portPath(), family, baud);
@@ -126,7 +151,10 @@ void connectThroughPopup(MorvexWindow &window, const QString &port, int family, 
 {
     // Added to what is there: windows of earlier boards still reconnect through the list.
     QStringList extra = qEnvironmentVariable("MORVEX_EXTRA_PORTS").split(QLatin1Char(':'), Qt::SkipEmptyParts);
-    if (!extra.contains(port))
+    const bool listed = std::any_of(extra.cbegin(), extra.cend(), [&](const QString &entry) {
+        return entry == port || entry.startsWith(port + QLatin1Char('='));
+    });
+    if (!listed)
         extra << port;
     qputenv("MORVEX_EXTRA_PORTS", extra.join(QLatin1Char(':')).toLocal8Bit());
     DialogAnswerer answerer([&](QWidget *widget) {
@@ -185,6 +213,21 @@ bool writeLocalFile(const QString &path, const QByteArray &data)
     return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
 }
 
+QByteArray readLocalFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QByteArray randomBytes(int size, quint32 seed)
+{
+    QRandomGenerator generator(seed);
+    QByteArray data(size, '\0');
+    for (int i = 0; i < size; ++i)
+        data[i] = char(generator.bounded(256));
+    return data;
+}
+
 static QStringList messagesOf(const QString &text)
 {
     QStringList messages;
@@ -217,6 +260,49 @@ bool inOrder(const QStringList &messages, const QStringList &expected)
         ++at;
     }
     return true;
+}
+
+bool writeZip(const QString &path, const QList<QPair<QString, QByteArray>> &members, const QString &comment)
+{
+    QuaZip zip(path);
+    if (!zip.open(QuaZip::mdCreate))
+        return false;
+    zip.setComment(comment);
+    for (const auto &member : members) {
+        QuaZipFile file(&zip);
+        if (!file.open(QIODevice::WriteOnly, QuaZipNewInfo(member.first))
+            || file.write(member.second) != member.second.size())
+            return false;
+        file.close();
+        if (file.getZipError() != 0)
+            return false;
+    }
+    zip.close();
+    return zip.getZipError() == 0;
+}
+
+bool runProgram(const QString &program, const QStringList &args, const QString &workDir, QByteArray *output)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    if (!workDir.isEmpty())
+        process.setWorkingDirectory(workDir);
+    process.start(program, args);
+    const bool finished = process.waitForStarted(10000) && process.waitForFinished(60000);
+    const QByteArray said = process.readAll();
+    if (output)
+        *output = said;
+    if (!finished || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
+        qWarning("%s failed: %s", qPrintable(program), said.constData());
+        return false;
+    }
+    return true;
+}
+
+bool runPython(const QString &script, const QStringList &args, QByteArray *output)
+{
+    return runProgram(QStringLiteral(MORVEX_PYTHON), QStringList{QStringLiteral("-c"), script} + args, QString(),
+                      output);
 }
 
 bool waitFor(const std::function<bool()> &pred, int timeoutMs)

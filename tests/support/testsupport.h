@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QList>
 #include <QMessageBox>
+#include <QPair>
 #include <QObject>
 #include <QString>
 #include <QTemporaryDir>
@@ -55,8 +57,28 @@ private:
     QStringList m_texts;
 };
 
+// Runs action once, from the event loop, as soon as pred() holds; it polls,
+// so it also acts from inside the nested loops of a running operation.
+class ActWhen : public QObject
+{
+    Q_OBJECT
+
+public:
+    ActWhen(std::function<bool()> pred, std::function<void()> action, QObject *parent = nullptr);
+    bool done() const { return m_done; }
+
+private:
+    void poll();
+
+    std::function<bool()> m_pred;
+    std::function<void()> m_action;
+    QTimer m_timer;
+    bool m_done = false;
+};
+
 // Connects the window to the board through the real connection popup: the
-// board's port is offered through MORVEX_EXTRA_PORTS, chosen with the family
+// board's port is offered through MORVEX_EXTRA_PORTS (unless an entry of the
+// test, such as "path=SERIAL", offers it already), chosen with the family
 // index (0 STM32, 1 ESP32) and baud rate, and applied.
 void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int family,
                          const QString &baud = QStringLiteral("115200"));
@@ -84,6 +106,22 @@ QModelIndex boardRow(MorvexWindow &window, const QString &name);
 
 // Writes a local file, making its folders; true when all was written.
 bool writeLocalFile(const QString &path, const QByteArray &data);
+// The whole content of a local file; empty if it cannot be read.
+QByteArray readLocalFile(const QString &path);
+// size bytes of a fixed pseudo-random sequence chosen by seed.
+QByteArray randomBytes(int size, quint32 seed);
+
+// Writes a zip archive through QuaZip: members in order as (name, data); a
+// name that ends in "/" makes a directory member.
+bool writeZip(const QString &path, const QList<QPair<QString, QByteArray>> &members,
+              const QString &comment = QString());
+
+// Runs a program to its end in workDir; true when it exits with 0. What it
+// wrote to stdout and stderr goes to *output.
+bool runProgram(const QString &program, const QStringList &args, const QString &workDir = QString(),
+                QByteArray *output = nullptr);
+// The project's Python with a script given as text, then args.
+bool runPython(const QString &script, const QStringList &args = QStringList(), QByteArray *output = nullptr);
 
 // Waits (serving events) until pred() holds or timeoutMs have passed.
 bool waitFor(const std::function<bool()> &pred, int timeoutMs);

@@ -349,18 +349,22 @@ class Board(ReplMixin):
             if self.opts.return_after is None:
                 self._sleep_forever()
             time.sleep(self.opts.return_after / 1000.0)
-            self.queue.clear()
-            self.port.open()
+            self._reappear()
         elif self.reset_mode == 'usb':
             self.port.vanish()
             time.sleep(delay)
-            self.queue.clear()
-            self.port.open()
+            self._reappear()
         elif self.reset_mode == 'uart':
             time.sleep(delay)
             self.queue.clear()
             self.out(self.identity.rom_log)
         self.queue.reset = None
+
+    def _reappear(self):
+        self.queue.clear()
+        if self.opts.return_link:
+            self.port.move(self.opts.return_link)
+        self.port.open()
 
     def boot(self, kind):
         """One run of the firmware from (re)start to the next soft reset."""

@@ -32,6 +32,9 @@ def parse(argv):
                    help='machine.reset() refuses an argument, as on stock firmware')
     p.add_argument('--drop-after', type=int, metavar='N')
     p.add_argument('--return-after', type=int, metavar='MS')
+    p.add_argument('--return-link', metavar='PATH',
+                   help='a port that vanishes comes back under this link, as a USB board '
+                        'enumerated again under another device name')
     p.add_argument('--stall-after', type=int, metavar='N')
     p.add_argument('--stall-ms', type=int, default=3000, metavar='MS')
     p.add_argument('--noise-after', type=int, metavar='N')

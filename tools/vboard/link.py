@@ -134,6 +134,11 @@ class Port:
             except OSError:
                 pass
 
+    def move(self, link):
+        """The next open() makes the port appear under link; only while it is gone."""
+        with self.lock:
+            self.link = os.path.abspath(link)
+
     def unlink(self):
         try:
             if os.path.islink(self.link):

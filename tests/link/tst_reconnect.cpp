@@ -1,0 +1,305 @@
+// Reconnect after a lost link, by port name or USB serial number, and the close question.
+#include "morvexwindowprobe.h"
+#include "serialports.h"
+#include "testsupport.h"
+#include "virtualboard.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTemporaryFile>
+#include <QTest>
+
+namespace {
+const QString exhausted = QStringLiteral("Reconnection attempts exhausted");
+
+QString attempt(int n)
+{
+    return QStringLiteral("Reconnect attempt %1 of 10").arg(n);
+}
+
+// The board answers again: listed, and its actions back on.
+bool backInControl(MorvexWindow &w)
+{
+    return w.state() == MorvexWindow::MC_REPL && windowAction(w, "actionUpload")->isEnabled();
+}
+
+void setExtraPorts(const QStringList &entries)
+{
+    qputenv("MORVEX_EXTRA_PORTS", entries.join(QLatin1Char(':')).toLocal8Bit());
+}
+} // namespace
+
+class tst_Reconnect : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init() { sandbox.clear(); }
+    void extraPorts_data();
+    void extraPorts();
+    void follow_data();
+    void follow();
+    void intervalGrowsWhilePortRefuses();
+    void closeQuestion_data();
+    void closeQuestion();
+
+private:
+    SettingsSandbox sandbox;
+};
+
+void tst_Reconnect::initTestCase()
+{
+    // A test closes windows; the process must not quit its event loops for it.
+    QApplication::setQuitOnLastWindowClosed(false);
+}
+
+void tst_Reconnect::extraPorts_data()
+{
+    QTest::addColumn<QString>("variable"); // "$" stands for a folder holding a and b
+    QTest::addColumn<QStringList>("listed");
+
+    QTest::newRow("plain path, no serial") << "$/a" << QStringList{"$/a|"};
+    QTest::newRow("path with a serial") << "$/a=MC0001" << QStringList{"$/a|MC0001"};
+    QTest::newRow("empty serial") << "$/a=" << QStringList{"$/a|"};
+    QTest::newRow("absent path left out") << "$/none=MC0001:$/b=MC0002" << QStringList{"$/b|MC0002"};
+    QTest::newRow("order kept, one serial twice") << "$/b=MC0001:$/a=MC0001"
+                                                  << QStringList{"$/b|MC0001", "$/a|MC0001"};
+    QTest::newRow("empty entries skipped") << "::$/a::" << QStringList{"$/a|"};
+}
+
+void tst_Reconnect::extraPorts()
+{
+    QFETCH(QString, variable);
+    QFETCH(QStringList, listed);
+    QTemporaryDir dir;
+    QVERIFY(writeLocalFile(dir.filePath(QStringLiteral("a")), QByteArray()));
+    QVERIFY(writeLocalFile(dir.filePath(QStringLiteral("b")), QByteArray()));
+    const QByteArray saved = qgetenv("MORVEX_EXTRA_PORTS");
+    qputenv("MORVEX_EXTRA_PORTS", variable.replace(QLatin1Char('$'), dir.path()).toLocal8Bit());
+    QStringList got;
+    const QVector<SerialPortEntry> ports = listSerialPorts();
+    for (const SerialPortEntry &port : ports) {
+        if (port.name.startsWith(dir.path()))
+            got << QString(port.name).replace(dir.path(), QStringLiteral("$")) + QLatin1Char('|') + port.serialNumber;
+    }
+    qputenv("MORVEX_EXTRA_PORTS", saved);
+    QCOMPARE(got, listed);
+}
+
+void tst_Reconnect::follow_data()
+{
+    QTest::addColumn<QString>("serial");   // of the board's port, as the extra ports list gives it
+    QTest::addColumn<QString>("comesBack"); // "same" path, "other" path, or "never"
+    QTest::addColumn<bool>("stranger");    // a second board, serial MC0002, listed first
+    QTest::addColumn<QString>("reopened"); // "same", "other", or "" for none
+
+    QTest::newRow("no serial, back under its path") << "" << "same" << false << "same";
+    QTest::newRow("serial, back under its path") << "MC0001" << "same" << false << "same";
+    QTest::newRow("serial followed to another path") << "MC0001" << "other" << true << "other";
+    QTest::newRow("no serial: another path is not followed") << "" << "other" << false << "";
+    QTest::newRow("never back; a board with another serial left alone") << "MC0001" << "never" << true << "";
+}
+
+void tst_Reconnect::follow()
+{
+    QFETCH(QString, serial);
+    QFETCH(QString, comesBack);
+    QFETCH(bool, stranger);
+    QFETCH(QString, reopened);
+
+    QTemporaryDir elsewhere;
+    const QString otherPath = elsewhere.filePath(QStringLiteral("ttyBack"));
+    QStringList args{QStringLiteral("--reset-mode"), QStringLiteral("usb"), QStringLiteral("--reset-delay"),
+                     QStringLiteral("300")};
+    if (comesBack == QLatin1String("other"))
+        args << QStringLiteral("--return-link") << otherPath;
+    VirtualBoard board;
+    QVERIFY(board.start(args));
+    VirtualBoard second;
+    const QString suffix = serial.isEmpty() ? QString() : QLatin1Char('=') + serial;
+    QStringList extra;
+    if (stranger) {
+        QVERIFY(second.start());
+        extra << second.portPath() + QStringLiteral("=MC0002");
+    }
+    extra << board.portPath() + suffix << otherPath + suffix;
+    setExtraPorts(extra);
+
+    MorvexWindow w;
+    windowAction(w, "actionAutomatic_Reconnect")->setChecked(comesBack == QLatin1String("never"));
+    QVERIFY(connectBoard(w, board, 0));
+    const int before = syslogMessages(w).size();
+    if (comesBack == QLatin1String("never"))
+        board.stop();
+    else
+        windowAction(w, "actionReset")->trigger();
+    QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Connection closed")); }, 5000));
+    QElapsedTimer clock;
+    clock.start();
+
+    if (reopened.isEmpty()) {
+        QVERIFY2(waitFor([&] { return syslogMessages(w).contains(exhausted); }, 12000), qPrintable(syslogText(w)));
+        // Ten attempts that find nothing follow each other at 400 ms.
+        const qint64 took = clock.elapsed();
+        QVERIFY2(took >= 3700 && took <= 8000, qPrintable(QString::number(took)));
+        const QStringList log = syslogMessages(w).mid(before);
+        QVERIFY(inOrder(log, {attempt(1), attempt(10), exhausted}));
+        QVERIFY(log.filter(QStringLiteral("Reconnecting to")).isEmpty());
+        QVERIFY(!log.contains(attempt(11)));
+        QVERIFY(!MorvexWindowProbe::port(w).isOpen());
+        QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
+    } else {
+        const QString path = reopened == QLatin1String("same") ? board.portPath() : otherPath;
+        QVERIFY2(waitFor([&] { return syslogMessages(w).mid(before).contains(QStringLiteral("Connected to %1").arg(path)); },
+                         10000),
+                 qPrintable(syslogText(w)));
+        QVERIFY2(waitFor([&] { return backInControl(w); }, 10000), qPrintable(syslogText(w)));
+        QVERIFY(inOrder(syslogMessages(w).mid(before),
+                        {QStringLiteral("Reconnecting to %1").arg(path), QStringLiteral("Connected to %1").arg(path)}));
+        QCOMPARE(MorvexWindowProbe::portName(w), path);
+        QCOMPARE(MorvexWindowProbe::reconnectTimer(w).interval(), 400);
+    }
+    if (stranger) {
+        QCOMPARE(second.received(), QByteArray());
+        QVERIFY(syslogMessages(w).filter(second.portPath()).isEmpty());
+    }
+}
+
+void tst_Reconnect::intervalGrowsWhilePortRefuses()
+{
+    VirtualBoard board;
+    QVERIFY(board.start());
+    const QString path = board.portPath();
+    setExtraPorts({path});
+    MorvexWindow w;
+    windowAction(w, "actionAutomatic_Reconnect")->setChecked(true);
+    QVERIFY(connectBoard(w, board, 0));
+    const int before = syslogMessages(w).size();
+    board.stop();
+    // The name is back at once, but as something no serial port can be opened on.
+    QVERIFY(QDir().mkdir(path));
+
+    // When each attempt is logged, and the wait it leaves for the next.
+    QElapsedTimer clock;
+    clock.start();
+    QVector<qint64> at;
+    QVector<int> intervals;
+    QTimer watch;
+    connect(&watch, &QTimer::timeout, &w, [&] {
+        const QStringList log = syslogMessages(w).mid(before);
+        if (log.contains(attempt(at.size() + 1))) {
+            at << clock.elapsed();
+            intervals << MorvexWindowProbe::reconnectTimer(w).interval();
+        }
+    });
+    watch.start(5);
+    QVERIFY2(waitFor([&] { return at.size() == 6; }, 10000), qPrintable(syslogText(w)));
+    watch.stop();
+    QCOMPARE(intervals, (QVector<int>{400, 500, 700, 1000, 1400, 1900}));
+    for (int i = 1; i < at.size(); ++i) {
+        const qint64 gap = at.at(i) - at.at(i - 1);
+        const int wanted = intervals.at(i - 1);
+        QVERIFY2(gap >= wanted * 9 / 10 && gap <= wanted + 1500,
+                 qPrintable(QStringLiteral("attempt %1 after %2 ms, wanted %3").arg(i + 1).arg(gap).arg(wanted)));
+    }
+    const QString refused = QStringLiteral("Cannot connect to %1: ").arg(path);
+    QCOMPARE(syslogMessages(w).filter(refused).size(), 6);
+    QCOMPARE(terminalMessages(w).filter(refused).size(), 6);
+
+    // A board on that name again: the next attempt opens it, and the interval is 400 once more.
+    QVERIFY(QDir().rmdir(path));
+    VirtualBoard back;
+    QVERIFY(back.start({QStringLiteral("--link"), path}));
+    QVERIFY2(waitFor([&] { return syslogMessages(w).mid(before).contains(QStringLiteral("Connected to %1").arg(path)); },
+                     8000),
+             qPrintable(syslogText(w)));
+    QCOMPARE(MorvexWindowProbe::reconnectTimer(w).interval(), 400);
+    QVERIFY(!syslogMessages(w).contains(exhausted));
+    QVERIFY(waitFor([&] { return backInControl(w); }, 10000));
+}
+
+void tst_Reconnect::closeQuestion_data()
+{
+    QTest::addColumn<QString>("underWay"); // "", "zpack", "zfw" or "edit"
+    QTest::addColumn<bool>("portOpen");
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<bool>("asked");
+    QTest::addColumn<bool>("closes");
+
+    QTest::newRow("nothing under way") << "" << true << 0 << false << true;
+    QTest::newRow("zpack, answered No") << "zpack" << true << int(QMessageBox::No) << true << false;
+    QTest::newRow("zpack, answered Yes") << "zpack" << true << int(QMessageBox::Yes) << true << true;
+    QTest::newRow("zpack, port lost") << "zpack" << false << 0 << false << true;
+    QTest::newRow("zfw is not asked about") << "zfw" << true << 0 << false << true;
+    QTest::newRow("edit, answered No") << "edit" << true << int(QMessageBox::No) << true << false;
+    QTest::newRow("edit, port closed") << "edit" << false << 0 << false << true;
+}
+
+void tst_Reconnect::closeQuestion()
+{
+    QFETCH(QString, underWay);
+    QFETCH(bool, portOpen);
+    QFETCH(int, answer);
+    QFETCH(bool, asked);
+    QFETCH(bool, closes);
+
+    QTemporaryDir local;
+    const QString package = local.filePath(QStringLiteral("pack"));
+    const QByteArray big(4000, 'x');
+    if (underWay == QLatin1String("zpack"))
+        QVERIFY(writeZip(package, {{QStringLiteral("big.txt"), big}}));
+    if (underWay == QLatin1String("zfw")) {
+        QVERIFY(runPython(QStringLiteral("import io, sys, tarfile\n"
+                                         "with tarfile.open(sys.argv[1], 'w', format=tarfile.USTAR_FORMAT) as t:\n"
+                                         "    i = tarfile.TarInfo('big.txt'); i.size = 4000\n"
+                                         "    t.addfile(i, io.BytesIO(b'x' * 4000))\n"),
+                          {package}));
+    }
+    VirtualBoard board;
+    QVERIFY(board.start({QStringLiteral("--family"), QStringLiteral("esp32")}));
+    setExtraPorts({});
+    MorvexWindow w;
+    w.show();
+    QVERIFY(connectBoard(w, board, 1));
+
+    QScopedPointer<DialogAnswerer> answerer(
+        DialogAnswerer::messageBox(answer ? QMessageBox::StandardButton(answer) : QMessageBox::Cancel));
+    const auto closeNow = [&] {
+        if (!portOpen) {
+            if (underWay == QLatin1String("edit"))
+                windowAction(w, "actionConnect")->trigger(); // a disconnect
+            else
+                board.stop();
+            QVERIFY(waitFor([&] { return !MorvexWindowProbe::port(w).isOpen(); }, 5000));
+        }
+        if (underWay == QLatin1String("edit"))
+            MorvexWindowProbe::editTemp(w) = new QTemporaryFile(&w);
+        w.close();
+    };
+    if (underWay == QLatin1String("zpack") || underWay == QLatin1String("zfw")) {
+        // Closed from inside the upload's waits, while the package is held.
+        ActWhen during([&] { return syslogMessages(w).filter(QStringLiteral("Uploading big.txt")).size() == 1; },
+                       closeNow);
+        if (underWay == QLatin1String("zpack"))
+            w.uploadZPack(package);
+        else
+            w.uploadZfw(package);
+        QVERIFY(during.done());
+        if (portOpen)
+            QCOMPARE(board.readFile(QStringLiteral("big.txt")), big);
+    } else {
+        closeNow();
+    }
+    QCOMPARE(answerer->texts(),
+             asked ? QStringList{QStringLiteral("An MC operation is in progress. Abort and quit?")} : QStringList());
+    QCOMPARE(!w.isVisible(), closes);
+    QCOMPARE(QSettings().contains(QStringLiteral("UI/Geometry")), closes);
+}
+
+QTEST_MAIN(tst_Reconnect)
+#include "tst_reconnect.moc"
