@@ -9,11 +9,13 @@
 #include <QList>
 #include <QMainWindow>
 #include <QModelIndex>
+#include <QPointer>
 #include <QSerialPort>
 #include <QSettings>
 #include <QString>
 #include <QTimer>
 
+class CodeEditor;
 class MVUpdater;
 class QCloseEvent;
 class QFileInfo;
@@ -221,6 +223,8 @@ private slots:
     // morvexwindow_edit.cpp
     void on_actionEdit_triggered();
     void on_actionNew_File_triggered();
+    void codeeditor_accepted();
+    void codeeditor_rejected();
 
 protected:
     // morvexwindow_reconnect.cpp
@@ -235,6 +239,15 @@ private:
 
     // morvexwindow_panes.cpp
     void setupPanes();
+
+    // morvexwindow_edit.cpp
+    bool openEditTemp();
+    void releaseEditTemp();
+    CodeEditor *createEditor(bool modal);
+    void offerLocalSave(CodeEditor *editor);
+    // The dialog that editTemp belongs to; a dialog left open over a lost
+    // link must not upload into, or end, a later edit.
+    QPointer<CodeEditor> editDialog;
 
     QSettings settings;
     QString termTimeColor;
