@@ -101,7 +101,7 @@ QString CodeEditor::hexPreview(const QByteArray &data)
                 out << '\n';
             out << qSetFieldWidth(4) << i << qSetFieldWidth(0) << ':';
         }
-        out << ' ' << qSetFieldWidth(2) << quint8(data.at(i)) << qSetFieldWidth(0);
+        out << ' ' << qSetFieldWidth(2) << uint(quint8(data.at(i))) << qSetFieldWidth(0);
     }
     if (data.size() > 0x200)
         out << "\n0200: <...>";
@@ -120,7 +120,7 @@ CodeEditor::Type CodeEditor::detectType(const QString &name, const QString &text
         return CXX_Source;
     if (endsWith(".h") || endsWith(".hpp"))
         return CXX_Header;
-    QRegExp declaration(QStringLiteral("^(\\s*)\\<\\?(\\s*)xml"), Qt::CaseInsensitive);
+    const QRegExp declaration(QStringLiteral("^(\\s*)\\<\\?(\\s*)xml"), Qt::CaseInsensitive);
     if (endsWith(".xml") || declaration.indexIn(text) == 0)
         return XML;
     if (endsWith(".html"))

@@ -33,6 +33,8 @@ void MorvexWindow::editBoardFile(const QModelIndex &index)
     // A failed download keeps editTemp: the file counts as being edited until the link closes.
     if (!downloadData(editPath, *editTemp))
         return;
+    if (!editTemp)
+        return; // the link closed during the download, and that ended the edit
     editTemp->seek(0);
     const QByteArray data = editTemp->readAll();
     // Uploading an empty copy back would wipe the board's file.
@@ -86,7 +88,9 @@ void MorvexWindow::codeeditor_accepted()
         QByteArray data = editor->editedData();
         QBuffer buffer(&data);
         buffer.open(QIODevice::ReadOnly);
-        if (!uploadData(buffer, editPath))
+        // A copy: a new edit may begin while the upload waits, and it sets editPath.
+        const QString target = editPath;
+        if (!uploadData(buffer, target))
             offerLocalSave(editor);
         changeBoardDir(mcModel.rootPath);
         // Last: a nested wait outside any event loop would delete it inside its own accept().

@@ -10,8 +10,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
-#include <QJsonDocument>
-#include <QLineEdit>
 #include <QMenu>
 #include <QPointer>
 #include <QPushButton>
@@ -62,6 +60,25 @@ void press(CodeEditor *editor, const char *name)
     editor->findChild<QPushButton *>(QLatin1String(name))->click();
 }
 
+using Files = QMap<QString, QByteArray>;
+
+// Starts the board with these options and files and connects the window to it.
+bool connectTo(VirtualBoard &board, MorvexWindow &w, const QStringList &args, const Files &files)
+{
+    if (!board.start(args))
+        return false;
+    for (auto it = files.cbegin(); it != files.cend(); ++it) {
+        if (!board.writeFile(it.key(), it.value()))
+            return false;
+    }
+    return connectBoard(w, board, 0);
+}
+
+QStringList delivered(const QString &delivery)
+{
+    return {QStringLiteral("--delivery"), delivery};
+}
+
 // Makes the row current and double clicks it, as a user opens a file; false without such a row.
 bool doubleClickRow(MorvexWindow &w, const QString &name)
 {
@@ -107,7 +124,7 @@ class tst_Editing : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init() { sandbox.clear(); }
     void cleanupTestCase() { shared.reset(); }
     void opensFrom_data();
     void opensFrom();
@@ -145,24 +162,16 @@ private:
     std::unique_ptr<Session> shared;
 };
 
-void tst_Editing::init()
-{
-    sandbox.clear();
-    QSettings().setValue(QStringLiteral("UI/Dir"), local.path());
-}
-
 tst_Editing::Session *tst_Editing::sharedSession()
 {
     if (shared && MorvexWindowProbe::port(*shared->window).isOpen())
         return shared.get();
     shared.reset(new Session);
-    if (!shared->board.start() || !shared->board.writeFile(QStringLiteral("main.py"), pythonFile())
-        || !shared->board.writeFile(QStringLiteral("a.txt"), "alpha\n")
-        || !shared->board.writeFile(QStringLiteral("lib/util.py"), "pass\n"))
-        return nullptr;
     shared->window.reset(new MorvexWindow);
     shared->window->show();
-    if (!QTest::qWaitForWindowExposed(shared->window.get()) || !connectBoard(*shared->window, shared->board, 0))
+    if (!QTest::qWaitForWindowExposed(shared->window.get())
+        || !connectTo(shared->board, *shared->window, {},
+                      {{"main.py", pythonFile()}, {"a.txt", "alpha\n"}, {"lib/util.py", "pass\n"}}))
         return nullptr;
     return shared.get();
 }
@@ -273,11 +282,8 @@ void tst_Editing::editAndUpload()
     QFETCH(QByteArray, stored);
 
     VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--delivery"), delivery}));
-    QVERIFY(board.writeFile(name, content));
-    QVERIFY(board.writeFile(QStringLiteral("other.txt"), "other"));
     MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
+    QVERIFY(connectTo(board, w, delivered(delivery), {{name, content}, {"other.txt", "other"}}));
 
     QVERIFY(doubleClickRow(w, name));
     const QList<CodeEditor *> editors = shownEditors(w);
@@ -318,11 +324,8 @@ void tst_Editing::oneEditAtATime()
 {
     QFETCH(QString, delivery);
     VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--delivery"), delivery}));
-    QVERIFY(board.writeFile(QStringLiteral("a.txt"), "alpha\n"));
-    QVERIFY(board.writeFile(QStringLiteral("b.txt"), "beta\n"));
     MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
+    QVERIFY(connectTo(board, w, delivered(delivery), {{"a.txt", "alpha\n"}, {"b.txt", "beta\n"}}));
     QVERIFY(doubleClickRow(w, QStringLiteral("a.txt")));
     QCOMPARE(shownEditors(w).size(), 1);
     QPointer<CodeEditor> first = shownEditors(w).constFirst();
@@ -365,12 +368,10 @@ void tst_Editing::failedUpload()
     QFETCH(QString, delivery);
     QFETCH(bool, save);
     VirtualBoard board;
-    // A byte of the upload is corrupted on the line, so its checksum fails.
-    QVERIFY(board.start({QStringLiteral("--delivery"), delivery, QStringLiteral("--corrupt-rx"),
-                         QStringLiteral("_upload:20")}));
-    QVERIFY(board.writeFile(QStringLiteral("conf.txt"), "speed = 1\n"));
     MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
+    // A byte of the upload is corrupted on the line, so its checksum fails.
+    QVERIFY(connectTo(board, w, delivered(delivery) << QStringLiteral("--corrupt-rx") << QStringLiteral("_upload:20"),
+                      {{"conf.txt", "speed = 1\n"}}));
     QTemporaryDir saveDir;
     w.setPcFolder(saveDir.path());
     QVERIFY(doubleClickRow(w, QStringLiteral("conf.txt")));
@@ -418,10 +419,8 @@ void tst_Editing::newFile()
     QFETCH(QString, delivery);
     QFETCH(bool, accept);
     VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--delivery"), delivery}));
-    QVERIFY(board.writeFile(QStringLiteral("keep.txt"), "kept"));
     MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
+    QVERIFY(connectTo(board, w, delivered(delivery), {{"keep.txt", "kept"}}));
     const QStringList filesBefore = QDir(board.fsPath()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
 
     {
@@ -500,10 +499,8 @@ void tst_Editing::linkClosesWhileOpen()
 {
     QFETCH(QString, delivery);
     VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--delivery"), delivery}));
-    QVERIFY(board.writeFile(QStringLiteral("main.py"), pythonFile()));
     MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
+    QVERIFY(connectTo(board, w, delivered(delivery), {{"main.py", pythonFile()}}));
     QVERIFY(doubleClickRow(w, QStringLiteral("main.py")));
     QCOMPARE(shownEditors(w).size(), 1);
     QPointer<CodeEditor> editor = shownEditors(w).constFirst();
@@ -528,11 +525,8 @@ void tst_Editing::linkClosesWhileOpen()
 void tst_Editing::staleDialogAfterReconnect()
 {
     VirtualBoard board;
-    QVERIFY(board.start());
-    QVERIFY(board.writeFile(QStringLiteral("a.txt"), "alpha\n"));
-    QVERIFY(board.writeFile(QStringLiteral("b.txt"), "beta\n"));
     MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
+    QVERIFY(connectTo(board, w, {}, {{"a.txt", "alpha\n"}, {"b.txt", "beta\n"}}));
     QVERIFY(doubleClickRow(w, QStringLiteral("a.txt")));
     QPointer<CodeEditor> stale = shownEditors(w).value(0);
     QVERIFY(stale);
@@ -582,11 +576,9 @@ void tst_Editing::closeQuestion()
     QFETCH(int, answer);
     QFETCH(bool, closes);
     VirtualBoard board;
-    QVERIFY(board.start());
-    QVERIFY(board.writeFile(QStringLiteral("a.txt"), "alpha\n"));
     MorvexWindow w;
     w.show();
-    QVERIFY(connectBoard(w, board, 0));
+    QVERIFY(connectTo(board, w, {}, {{"a.txt", "alpha\n"}}));
     QVERIFY(doubleClickRow(w, QStringLiteral("a.txt")));
     QPointer<CodeEditor> editor = shownEditors(w).value(0);
     QVERIFY(editor);
@@ -606,10 +598,8 @@ void tst_Editing::closeQuestion()
 void tst_Editing::failedDownload()
 {
     VirtualBoard board;
-    QVERIFY(board.start());
-    QVERIFY(board.writeFile(QStringLiteral("main.py"), pythonFile()));
     MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
+    QVERIFY(connectTo(board, w, {}, {{"main.py", pythonFile()}}));
     QSettings().setValue(QStringLiteral("Scripts/Download"), local.filePath(QStringLiteral("missing.py")));
     QVERIFY(doubleClickRow(w, QStringLiteral("main.py")));
     QVERIFY(shownEditors(w).isEmpty());
@@ -652,10 +642,8 @@ void tst_Editing::emptyCopyRefused()
                                    "    sys.stdout.write('>')\n"
                                    "    sys.stdout.write('0#7>')\n"));
     VirtualBoard board;
-    QVERIFY(board.start());
-    QVERIFY(board.writeFile(QStringLiteral("main.py"), content));
     MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
+    QVERIFY(connectTo(board, w, {}, {{"main.py", content}}));
     QSettings().setValue(QStringLiteral("Scripts/Download"), script);
     QVERIFY(doubleClickRow(w, QStringLiteral("main.py")));
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Download from /flash/main.py completed")));
