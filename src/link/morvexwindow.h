@@ -15,7 +15,6 @@
 #include <QString>
 #include <QTimer>
 
-class CodeEditor;
 class MVUpdater;
 class QCloseEvent;
 class QFileInfo;
@@ -24,6 +23,7 @@ class QMenu;
 class QTemporaryFile;
 class QTextEdit;
 class QuaZip;
+class CodeEditor;
 struct TarArchive;
 struct MorvexWindowProbe;
 
