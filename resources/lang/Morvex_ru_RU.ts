@@ -39,6 +39,45 @@ Aboriting update</source>
     </message>
 </context>
 <context>
+    <name>CodeEditor</name>
+    <message>
+        <source>Save As</source>
+        <translation>Сохранить как</translation>
+    </message>
+    <message>
+        <source>Close without Saving</source>
+        <translation>Закрыть без сохранения</translation>
+    </message>
+    <message>
+        <source>Save &amp;&amp; Upload</source>
+        <translation>Сохранить и загрузить</translation>
+    </message>
+    <message>
+        <source>Code Editor</source>
+        <translation>Редактор кода</translation>
+    </message>
+    <message>
+        <source>Looks like this is a binary file. Switching to read-only mode.</source>
+        <translation>Похоже, это двоичный файл. Включён режим только для чтения.</translation>
+    </message>
+    <message>
+        <source>Cannot read %1: %2</source>
+        <translation>Не удаётся прочитать %1: %2</translation>
+    </message>
+    <message>
+        <source>Cannot write to %1: %2</source>
+        <translation>Не удаётся записать в %1: %2</translation>
+    </message>
+    <message>
+        <source>File %1 cannot be written</source>
+        <translation>Не удаётся записать файл %1</translation>
+    </message>
+    <message>
+        <source>The edited data is not a valid JSON document. Proceed?&lt;br&gt;Error: %1</source>
+        <translation>Отредактированные данные не являются корректным документом JSON. Продолжить?&lt;br&gt;Ошибка: %1</translation>
+    </message>
+</context>
+<context>
     <name>ConnectionPopup</name>
     <message>
         <source>Frame</source>
@@ -610,10 +649,6 @@ If not, it will be uploaded to
         <translation>Нет ответа на шаге %1</translation>
     </message>
     <message>
-        <source>Editing board files is not available yet</source>
-        <translation>Редактирование файлов платы пока недоступно</translation>
-    </message>
-    <message>
         <source>Run on the MC</source>
         <translation>Выполнить на МК</translation>
     </message>
@@ -720,6 +755,38 @@ If not, it will be uploaded to
     <message>
         <source>Unsupported package type</source>
         <translation>Неподдерживаемый тип пакета</translation>
+    </message>
+    <message>
+        <source>Select a MC file to edit</source>
+        <translation>Выберите файл МК для редактирования</translation>
+    </message>
+    <message>
+        <source>A file is already being edited</source>
+        <translation>Файл уже редактируется</translation>
+    </message>
+    <message>
+        <source>Nothing of %1 was downloaded although the file is not empty; it is not opened for editing</source>
+        <translation>Файл %1 не пуст, но ничего из него не скачано; он не открыт для редактирования</translation>
+    </message>
+    <message>
+        <source>File name:</source>
+        <translation>Имя файла:</translation>
+    </message>
+    <message>
+        <source>The file name is invalid</source>
+        <translation>Недопустимое имя файла</translation>
+    </message>
+    <message>
+        <source>A file with the same name already exists</source>
+        <translation>Файл с таким именем уже существует</translation>
+    </message>
+    <message>
+        <source>Cannot create temporary file at %1</source>
+        <translation>Не удаётся создать временный файл %1</translation>
+    </message>
+    <message>
+        <source>The file cannot be uploaded. Save it?</source>
+        <translation>Не удаётся загрузить файл. Сохранить его?</translation>
     </message>
 </context>
 <context>

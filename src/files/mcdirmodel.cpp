@@ -73,6 +73,12 @@ QString MCDirModel::filePath(const QModelIndex &index) const
     return name.isEmpty() ? QString() : rootPath + name;
 }
 
+qint32 MCDirModel::fileSize(const QModelIndex &index) const
+{
+    const MCDirEntry *entry = entryAt(index);
+    return entry ? entry->size : -1;
+}
+
 bool MCDirModel::hasDir(const QString &name) const
 {
     return hasEntry(name, true);

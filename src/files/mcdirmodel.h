@@ -32,6 +32,8 @@ public:
     bool isDir(const QModelIndex &index) const;
     QString fileName(const QModelIndex &index) const;
     QString filePath(const QModelIndex &index) const;
+    // The size the board listed for the row; -1 when it is unknown.
+    qint32 fileSize(const QModelIndex &index) const;
     bool hasDir(const QString &name) const;
     bool hasFile(const QString &name) const;
 

@@ -9,6 +9,7 @@
 #include <QList>
 #include <QMainWindow>
 #include <QModelIndex>
+#include <QPointer>
 #include <QSerialPort>
 #include <QSettings>
 #include <QString>
@@ -24,6 +25,7 @@ class QMenu;
 class QTemporaryFile;
 class QTextEdit;
 class QuaZip;
+class CodeEditor;
 struct TarArchive;
 struct MorvexWindowProbe;
 
@@ -253,6 +255,8 @@ private slots:
     // morvexwindow_edit.cpp
     void on_actionEdit_triggered();
     void on_actionNew_File_triggered();
+    void codeeditor_accepted();
+    void codeeditor_rejected();
 
     // morvexwindow_about.cpp
     void on_actionPreferences_triggered();
@@ -280,6 +284,15 @@ private:
     bool packageInProgress(); // warns when one is
     void endZPack();
     void endZfw();
+
+    // morvexwindow_edit.cpp
+    bool openEditTemp();
+    void releaseEditTemp();
+    CodeEditor *createEditor(bool modal);
+    void offerLocalSave(CodeEditor *editor);
+    // The dialog that editTemp belongs to; a dialog left open over a lost
+    // link must not upload into, or end, a later edit.
+    QPointer<CodeEditor> editDialog;
 
     QSettings settings;
     QString termTimeColor;

@@ -1,4 +1,5 @@
 // The file panes: the PC folder, the context menus and the double clicks.
+#include "codeeditor.h"
 #include "morvexwindowprobe.h"
 #include "testsupport.h"
 #include "virtualboard.h"
@@ -207,7 +208,12 @@ void tst_Panes::boardDoubleClick()
     view->setCurrentIndex(row);
     doubleClick(view, row);
     QCOMPARE(QFile::exists(dir.filePath(QStringLiteral("main.txt"))), downloads);
-    QCOMPARE(syslogMessages(w).contains(QStringLiteral("Editing board files is not available yet")), !downloads);
+    const auto editors = w.findChildren<CodeEditor *>();
+    QCOMPARE(editors.size(), downloads ? 0 : 1);
+    if (!downloads) {
+        QCOMPARE(editors.constFirst()->windowTitle(), QStringLiteral("main.txt"));
+        editors.constFirst()->reject();
+    }
 }
 
 QTEST_MAIN(tst_Panes)

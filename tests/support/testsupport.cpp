@@ -174,10 +174,12 @@ void connectThroughPopup(MorvexWindow &window, const QString &port, int family, 
 
 bool connectBoard(MorvexWindow &window, const VirtualBoard &board, int family, int timeoutMs)
 {
+    // Counted, so that a second connection to the same board waits for its own listing.
+    const int listed = board.received().count("os.chdir(");
     connectThroughPopup(window, board, family);
     // Conditions are checked between events, so a nested operation is never half done here.
     return waitFor([&] {
-        return window.state() == MorvexWindow::MC_REPL && board.received().contains("os.chdir(");
+        return window.state() == MorvexWindow::MC_REPL && board.received().count("os.chdir(") > listed;
     }, timeoutMs);
 }
 
