@@ -169,6 +169,7 @@ public:
     void uploadZfw(const QString &path);
 
     // morvexwindow_sync.cpp (src/files)
+    static QStringList collectLocalFiles(const QString &base, const QString &rel, bool recursive);
     void syncFiles(const QString &localRoot, const QStringList &names, bool uploadMissing);
 
     // morvexwindow_panes.cpp (src/shell)
