@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
@@ -26,8 +27,10 @@ using FileMap = QMap<QString, QByteArray>;
 Q_DECLARE_METATYPE(FileMap)
 
 namespace {
-// Marks a local entry that is a link to nothing: listed by name, but not readable.
-const QByteArray danglingLink = QByteArrayLiteral("<dangling link>");
+// A local entry whose content starts so is a symbolic link to the rest, relative to the tree's root.
+const QByteArray linkMark = QByteArrayLiteral("-> ");
+// Listed by name, but not readable, even by root.
+const QByteArray danglingLink = linkMark + "nowhere/at/all";
 
 // Every file under root, by its path relative to root.
 FileMap filesUnder(const QString &root)
@@ -50,8 +53,9 @@ bool writeTree(const QString &root, const FileMap &files)
         if (it.key().endsWith(QLatin1Char('/'))) {
             if (!QDir().mkpath(path))
                 return false;
-        } else if (it.value() == danglingLink) {
-            if (!QFile::link(root + QStringLiteral("/nowhere/") + it.key(), path))
+        } else if (it.value().startsWith(linkMark)) {
+            const QString target = root + QLatin1Char('/') + QString::fromUtf8(it.value().mid(linkMark.size()));
+            if (!QDir().mkpath(QFileInfo(path).absolutePath()) || !QFile::link(target, path))
                 return false;
         } else if (!writeLocalFile(path, it.value())) {
             return false;
@@ -70,6 +74,13 @@ QStringList uploadCalls(const QByteArray &received)
         names << QString::fromLatin1(received.mid(start, received.indexOf('\'', start) - start));
     }
     return names;
+}
+
+// True when the hash of every file was asked before the first upload started.
+bool hashesBeforeUploads(const QByteArray &received)
+{
+    const int firstUpload = received.indexOf("_upload(");
+    return firstUpload < 0 || received.lastIndexOf("_hash(") < firstUpload;
 }
 
 QString lastLines(MorvexWindow &w, int count = 12)
@@ -103,14 +114,14 @@ private:
         VirtualBoard board;
         std::unique_ptr<MorvexWindow> window;
     };
-    // A connected STM32-family board of this delivery, with an empty file system.
-    Session *session(const QString &delivery, bool noMd5 = false);
+    // A connected STM32-family board of this delivery holding just these files.
+    Session *session(const QString &delivery, const FileMap &boardFiles, bool noMd5 = false);
 
     SettingsSandbox sandbox;
     std::map<QString, std::unique_ptr<Session>> sessions;
 };
 
-tst_Sync::Session *tst_Sync::session(const QString &delivery, bool noMd5)
+tst_Sync::Session *tst_Sync::session(const QString &delivery, const FileMap &boardFiles, bool noMd5)
 {
     const QString key = delivery + (noMd5 ? QStringLiteral(" no md5") : QString());
     auto &s = sessions[key];
@@ -129,6 +140,10 @@ tst_Sync::Session *tst_Sync::session(const QString &delivery, bool noMd5)
     QDir fs(s->board.fsPath());
     if (!fs.removeRecursively() || !fs.mkpath(QStringLiteral(".")))
         return nullptr;
+    for (auto it = boardFiles.cbegin(); it != boardFiles.cend(); ++it) {
+        if (!s->board.writeFile(it.key(), it.value()))
+            return nullptr;
+    }
     return s.get();
 }
 
@@ -149,6 +164,9 @@ void tst_Sync::collectLocalFiles_data()
     QTest::newRow("recursive: subdirectories first, by name")
         << tree << true << QStringList{"app/m.py", "lib/deep/y.py", "lib/x.py", "a.txt", "b.py"};
     QTest::newRow("flat: the root's own files") << tree << false << QStringList{"a.txt", "b.py"};
+    QTest::newRow("linked folders are followed, links back are not")
+        << FileMap{{"lib/x.py", "x"}, {"shared", "-> lib"}, {"lib/up", "-> ."}, {"a/b", "-> c"}, {"c/d", "-> a"}}
+        << true << QStringList{"lib/x.py", "shared/x.py"};
     QTest::newRow("empty folder") << FileMap() << true << QStringList();
     QTest::newRow("only empty subfolders") << FileMap{{"a/", ""}, {"a/b/", ""}} << true << QStringList();
 }
@@ -245,9 +263,6 @@ void tst_Sync::throughDialog()
     QFETCH(bool, accept);
     QFETCH(bool, recursive);
     QFETCH(bool, missing);
-    Session *s = session(delivery);
-    QVERIFY(s);
-    MorvexWindow &w = *s->window;
 
     const FileMap local{{"same.txt", "same everywhere\n"},
                         {"changed.txt", "new text\n"},
@@ -260,10 +275,11 @@ void tst_Sync::throughDialog()
                          {"changed.txt", "old text, longer than the new one\n"},
                          {"lib/same.py", "x = 1\n"},
                          {"lib/changed.py", "x = 2\n"}};
+    Session *s = session(delivery, before);
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
     QTemporaryDir dir;
     QVERIFY(writeTree(dir.path(), local));
-    for (auto it = before.cbegin(); it != before.cend(); ++it)
-        QVERIFY(s->board.writeFile(it.key(), it.value()));
     w.setPcFolder(dir.path());
     // The opposite of what the dialog will be given, so a Cancel that stored would show.
     QSettings().setValue(QStringLiteral("Sync/Recursive"), !recursive);
@@ -319,7 +335,7 @@ void tst_Sync::throughDialog()
         }
     }
     QCOMPARE(uploadCalls(sent), uploads);
-    QVERIFY(sent.lastIndexOf("_hash(") < sent.indexOf("_upload("));
+    QVERIFY(hashesBeforeUploads(sent));
     QCOMPARE(log.filter(QStringLiteral("Skipping")), skips);
     QVERIFY(log.filter(QStringLiteral("MD5")).isEmpty());
     QCOMPARE(filesUnder(s->board.fsPath()), expected);
@@ -394,14 +410,12 @@ void tst_Sync::runs()
     QFETCH(QStringList, messages);
     QFETCH(QStringList, uploads);
     QFETCH(FileMap, after);
-    Session *s = session(delivery, noMd5);
+    Session *s = session(delivery, before, noMd5);
     QVERIFY(s);
     MorvexWindow &w = *s->window;
 
     QTemporaryDir dir;
     QVERIFY(writeTree(dir.path(), local));
-    for (auto it = before.cbegin(); it != before.cend(); ++it)
-        QVERIFY(s->board.writeFile(it.key(), it.value()));
     if (hashScript == "missing") {
         QSettings().setValue(QStringLiteral("Scripts/Hash"), dir.filePath(QStringLiteral("no-such-script.py")));
     } else if (!hashScript.isEmpty()) {
@@ -426,7 +440,9 @@ void tst_Sync::runs()
     QCOMPARE(log.constLast(), expected.constLast());
     if (!expected.contains(QStringLiteral("MC does not support MD5 computation - switched to SHA1")))
         QVERIFY(log.filter(QStringLiteral("MD5")).isEmpty());
-    QCOMPARE(uploadCalls(s->board.received().mid(sentBefore)), uploads);
+    const QByteArray sent = s->board.received().mid(sentBefore);
+    QCOMPARE(uploadCalls(sent), uploads);
+    QVERIFY(hashesBeforeUploads(sent));
     QCOMPARE(filesUnder(s->board.fsPath()), after);
 }
 
@@ -449,7 +465,7 @@ void tst_Sync::oneFileFromMenu()
     QFETCH(QString, delivery);
     QFETCH(QByteArray, onBoard);
     QFETCH(bool, uploaded);
-    Session *s = session(delivery);
+    Session *s = session(delivery, onBoard.isNull() ? FileMap() : FileMap{{"main.py", onBoard}});
     QVERIFY(s);
     MorvexWindow &w = *s->window;
     QSettings().setValue(QStringLiteral("Sync/Missing"), false);
@@ -457,8 +473,6 @@ void tst_Sync::oneFileFromMenu()
     QTemporaryDir dir;
     const QByteArray content("print('hi')\n");
     QVERIFY(writeTree(dir.path(), {{"main.py", content}, {"other.py", "other\n"}}));
-    if (!onBoard.isNull())
-        QVERIFY(s->board.writeFile(QStringLiteral("main.py"), onBoard));
     w.setPcFolder(dir.path());
     w.show();
     QVERIFY(QTest::qWaitForWindowExposed(&w));
