@@ -79,8 +79,8 @@ QStringList uploadCalls(const QByteArray &received)
 // True when the hash of every file was asked before the first upload started.
 bool hashesBeforeUploads(const QByteArray &received)
 {
-    const int firstUpload = received.indexOf("_upload(");
-    return firstUpload < 0 || received.lastIndexOf("_hash(") < firstUpload;
+    const int firstUpload = received.indexOf("_upload('");
+    return firstUpload < 0 || received.lastIndexOf("_hash('") < firstUpload;
 }
 
 QString lastLines(MorvexWindow &w, int count = 12)
