@@ -449,10 +449,6 @@ Aboriting update</source>
         <translation>Не удаётся перейти в папку %1</translation>
     </message>
     <message>
-        <source>Synchronization is not available yet</source>
-        <translation>Синхронизация пока недоступна</translation>
-    </message>
-    <message>
         <source>Upload File</source>
         <translation>Загрузить файл</translation>
     </message>
@@ -788,6 +784,38 @@ If not, it will be uploaded to
         <source>The file cannot be uploaded. Save it?</source>
         <translation>Не удаётся загрузить файл. Сохранить его?</translation>
     </message>
+    <message>
+        <source>Synchronization failed</source>
+        <translation>Синхронизация не удалась</translation>
+    </message>
+    <message>
+        <source>Syncronization aborted: hash computation failure</source>
+        <translation>Синхронизация прервана: ошибка вычисления хэша</translation>
+    </message>
+    <message>
+        <source>Skipping %1 - destination file is missing</source>
+        <translation>Пропуск %1 - файл назначения отсутствует</translation>
+    </message>
+    <message>
+        <source>Skipping %1 - file is not readable</source>
+        <translation>Пропуск %1 - файл недоступен для чтения</translation>
+    </message>
+    <message>
+        <source>Skipping %1 - files are identical</source>
+        <translation>Пропуск %1 - файлы идентичны</translation>
+    </message>
+    <message>
+        <source>MC does not support MD5 computation - switched to SHA1</source>
+        <translation>МК не поддерживает вычисление MD5 - используется SHA1</translation>
+    </message>
+    <message>
+        <source>Synchronization aborted - file upload failure</source>
+        <translation>Синхронизация прервана - ошибка загрузки файла</translation>
+    </message>
+    <message>
+        <source>Synchronized files from folders %1/ and %2</source>
+        <translation>Синхронизированы файлы из папок %1/ и %2</translation>
+    </message>
 </context>
 <context>
     <name>Preferences</name>
@@ -914,6 +942,33 @@ If not, it will be uploaded to
     <message>
         <source>Visualize whitespace</source>
         <translation>Показывать пробельные символы</translation>
+    </message>
+</context>
+<context>
+    <name>SyncConfigurationDialog</name>
+    <message>
+        <source>Synchronization</source>
+        <translation>Синхронизация</translation>
+    </message>
+    <message>
+        <source>Source:</source>
+        <translation>Источник:</translation>
+    </message>
+    <message>
+        <source>Destination:</source>
+        <translation>Назначение:</translation>
+    </message>
+    <message>
+        <source>Recursively</source>
+        <translation>Рекурсивно</translation>
+    </message>
+    <message>
+        <source>Upload missing files</source>
+        <translation>Загружать отсутствующие файлы</translation>
+    </message>
+    <message>
+        <source>This will upload files from &quot;Source&quot; (PC) directory to the &quot;Destination&quot; (MC) directory whose MD5 sums differ.</source>
+        <translation>Файлы из папки «Источник» (ПК), суммы MD5 которых отличаются, будут загружены в папку «Назначение» (МК).</translation>
     </message>
 </context>
 <context>

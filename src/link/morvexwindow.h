@@ -177,6 +177,7 @@ public:
     static QHash<QString, QString> parsePaxRecords(const QByteArray &data);
 
     // morvexwindow_sync.cpp (src/files)
+    static QStringList collectLocalFiles(const QString &base, const QString &rel, bool recursive);
     void syncFiles(const QString &localRoot, const QStringList &names, bool uploadMissing);
 
     // morvexwindow_panes.cpp (src/shell)

@@ -1,6 +1,7 @@
 // The everyday flows through the real window, however the board's bytes are cut into reads:
 // at the line rate in bridge-sized pieces, one byte at a time, and at random split points.
 #include "morvexwindowprobe.h"
+#include "syncconfigurationdialog.h"
 #include "testsupport.h"
 #include "virtualboard.h"
 
@@ -109,6 +110,8 @@ private slots:
     void removal();
     void roundTrip_data();
     void roundTrip();
+    void synchronise_data() { modeRows(); }
+    void synchronise();
     void soak();
 
 private:
@@ -423,6 +426,44 @@ void tst_DeliveryModes::roundTrip()
     QFile downloaded(localPath);
     QVERIFY(downloaded.open(QIODevice::ReadOnly));
     QCOMPARE(downloaded.readAll(), data);
+    checkNoTroubles(s);
+}
+
+void tst_DeliveryModes::synchronise()
+{
+    Session *s = session();
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
+    QTemporaryDir folder;
+    const QMap<QString, QByteArray> localFiles{{"lib/same.py", "x = 1\n"},
+                                               {"lib/new.py", randomBytes(700, 3)},
+                                               {"main.py", "print('new main')\n"},
+                                               {"same.txt", randomBytes(1200, 4)}};
+    for (auto it = localFiles.cbegin(); it != localFiles.cend(); ++it)
+        QVERIFY(writeLocalFile(folder.filePath(it.key()), it.value()));
+    QVERIFY(s->board.writeFile(QStringLiteral("sync/lib/same.py"), localFiles.value("lib/same.py")));
+    QVERIFY(s->board.writeFile(QStringLiteral("sync/main.py"), "print('old main, longer')\n"));
+    QVERIFY(s->board.writeFile(QStringLiteral("sync/same.txt"), localFiles.value("same.txt")));
+    w.setPcFolder(folder.path());
+    w.changeBoardDir(s->root + QStringLiteral("sync"));
+
+    DialogAnswerer accept([](QWidget *widget) {
+        auto *dialog = qobject_cast<SyncConfigurationDialog *>(widget);
+        if (dialog)
+            dialog->accept();
+        return dialog != nullptr;
+    });
+    const int sentBefore = s->board.received().size();
+    windowAction(w, "actionSync")->trigger();
+    QVERIFY2(syslogMessages(w).constLast()
+                 == QStringLiteral("Synchronized files from folders %1/ and %2sync/").arg(folder.path(), s->root),
+             qPrintable(logTail(w)));
+    QVERIFY(inOrder(syslogMessages(w), {QStringLiteral("Skipping lib/same.py - files are identical"),
+                                        QStringLiteral("Skipping same.txt - files are identical")}));
+    const QByteArray sent = s->board.received().mid(sentBefore);
+    QCOMPARE(sent.count("_upload('"), 2); // the calls, not the script that defines it
+    for (auto it = localFiles.cbegin(); it != localFiles.cend(); ++it)
+        QCOMPARE(s->board.readFile(QStringLiteral("sync/") + it.key()), it.value());
     checkNoTroubles(s);
 }
 
