@@ -1,6 +1,7 @@
 // Small file-system operations on the board: remove, make directories, existence test.
 #include "morvexwindow.h"
 
+#include "boardtext.h"
 #include "ui_morvexwindow.h"
 
 #include <QFile>
@@ -25,7 +26,7 @@ bool MorvexWindow::removeBoardPath(const QString &path, bool isDir)
         logLine(tr("%1 removed").arg(path));
         return true;
     }
-    logLine(tr("Removal error: %1. Aborted").arg(QString::fromLatin1(reply.mid(2).replace('\x04', ' '))));
+    logLine(tr("Removal error: %1. Aborted").arg(boardUtf8(reply.mid(2).replace('\x04', ' '))));
     return false;
 }
 

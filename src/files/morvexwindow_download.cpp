@@ -1,6 +1,7 @@
 // Download: the board's _download function sends blocks, the desktop acknowledges each.
 #include "morvexwindow.h"
 
+#include "boardtext.h"
 #include "ui_morvexwindow.h"
 
 #include <QFile>
@@ -51,11 +52,12 @@ bool MorvexWindow::downloadData(const QString &source, QIODevice &sink)
             if ((boardSum >> 32) == 0 && quint32(boardSum) == localSum)
                 logLine(tr("Download from %1 completed").arg(source));
             else
-                logLine(tr("File downloaded with errors!! (checksum mismatch %1 vs %2").arg(boardSum).arg(localSum));
+                logLine(tr("File downloaded with errors!! (checksum mismatch %1 vs %2")
+                            .arg(QString::number(boardSum), QString::number(localSum)));
             return false;
         }
         if (item.endsWith("#6")) {
-            logLine(tr("Transmission error: %1").arg(QString::fromLatin1(item.left(item.size() - 2))));
+            logLine(tr("Transmission error: %1").arg(boardUtf8(item.left(item.size() - 2))));
             return false;
         }
         logLine(tr("Communication error - unexpected data"));

@@ -39,19 +39,16 @@ QJsonArray MorvexWindow::listBoard(QString path, MorvexWindow::MC_LIST mode)
         return QJsonArray();
     QString command;
     if (mode == MC_LIST_ALL) {
-        command = settings.value(QStringLiteral("PY/lsdir"), QStringLiteral("import os;print(os.listdir($dir))"))
-                      .toString();
+        command = boardCommand(QStringLiteral("PY/lsdir"), QStringLiteral("import os;print(os.listdir($dir))"));
     } else if (mode & MC_LIST_FILES) {
-        command = settings.value(QStringLiteral("PY/lsfiles"),
-                                 QStringLiteral("import os,json;print(json.dumps([{'n': item[0], 's': item[3] if "
-                                                "(len(item)>3) else -1} for item in os.ilistdir($dir) if "
-                                                "item[1]==0x8000]))"))
-                      .toString();
+        command = boardCommand(QStringLiteral("PY/lsfiles"),
+                               QStringLiteral("import os,json;print(json.dumps([{'n': item[0], 's': item[3] if "
+                                              "(len(item)>3) else -1} for item in os.ilistdir($dir) if "
+                                              "item[1]==0x8000]))"));
     } else if (mode & MC_LIST_DIRS) {
-        command = settings.value(QStringLiteral("PY/lsdirs"),
-                                 QStringLiteral("import os,json;print(json.dumps([{'n': item[0], 's': -1} for item "
-                                                "in os.ilistdir($dir) if item[1]==0x4000]))"))
-                      .toString();
+        command = boardCommand(QStringLiteral("PY/lsdirs"),
+                               QStringLiteral("import os,json;print(json.dumps([{'n': item[0], 's': -1} for item "
+                                              "in os.ilistdir($dir) if item[1]==0x4000]))"));
     } else {
         return QJsonArray();
     }

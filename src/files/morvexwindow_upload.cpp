@@ -29,7 +29,7 @@ bool MorvexWindow::uploadData(QIODevice &source, const QString &target)
         return false;
     const int chunk = transferChunkSize();
     // No reply is awaited: the board stays silent until the size packet, its "OK" waits in the buffer.
-    if (!transmit(QStringLiteral("_upload('%1', %2)").arg(target).arg(chunk).toLatin1() + CTRL_D))
+    if (!transmit(QStringLiteral("_upload('%1', %2)").arg(target, QString::number(chunk)).toLatin1() + CTRL_D))
         return false;
     if (!exchange(packet('!', quint32(total)), 5000, answersPacket)) {
         logLine(tr("Error while starting the transmission. Aborted"));

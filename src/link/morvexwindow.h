@@ -124,6 +124,8 @@ public:
     void hintPortAccess();
 
     // morvexwindow_commands.cpp
+    // The board command stored under key; empty or absent means builtIn.
+    QString boardCommand(const QString &key, const QString &builtIn) const;
     QHash<QString, QString> readUname();
     void reportBoard();
     QByteArray boardHash(const QString &path);

@@ -20,11 +20,17 @@ void MorvexWindow::queryInfo()
     changeBoardDir(folder);
 }
 
+QString MorvexWindow::boardCommand(const QString &key, const QString &builtIn) const
+{
+    // An empty value stands for the built-in command, as an absent one does.
+    const QString command = settings.value(key).toString();
+    return command.isEmpty() ? builtIn : command;
+}
+
 QHash<QString, QString> MorvexWindow::readUname()
 {
     QHash<QString, QString> info;
-    const QString command =
-        settings.value(QStringLiteral("PY/uname"), QStringLiteral("import os;print(os.uname())")).toString();
+    const QString command = boardCommand(QStringLiteral("PY/uname"), QStringLiteral("import os;print(os.uname())"));
     if (!exchange(command.toLatin1() + EOL, 5000))
         return info;
     while (!rxQueue.isEmpty()) {

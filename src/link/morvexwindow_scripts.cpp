@@ -74,9 +74,12 @@ bool MorvexWindow::runScript(const QString &path)
                 shown.remove(0, 2);
             logLine(QStringLiteral("&gt;&gt;") + boardLatin1(shown));
         }
-        // The raw REPL's own end is 0x04 and '>'; a '>' of the output that happens
-        // to end a read is not, however the line cut the bytes.
-        if (last.endsWith('>') || rxBuffer.endsWith("\x04>")) {
+        // The raw REPL's own end is 0x04 and '>', or its banner and '>' after the soft
+        // reboot of an empty script; a '>' of the output that happens to end a read
+        // is not, however the line cut the bytes.
+        const bool ended = rxBuffer.endsWith("\x04>")
+                           || (rxBuffer == RAW_PROMPT && last.endsWith("raw REPL; CTRL-B to exit"));
+        if (last.endsWith('>') || ended) {
             rxBuffer.clear();
             break;
         }

@@ -117,6 +117,9 @@ void tst_BoardFiles::listing_data()
                                                   << QStringList{"lib/:", "a.py:1.5kB", "empty.txt:", "b.bin:12"};
     QTest::newRow("empty directory") << QStringList() << 0 << "/flash/lib/deeper" << QStringList{"../:"};
     QTest::newRow("stm32 root") << QStringList() << 0 << "/" << QStringList{"flash/:"};
+    // An empty command key stands for the built-in command.
+    QTest::newRow("empty listing commands") << QStringList{"blank commands"} << 0 << "/flash"
+                                            << QStringList{"../:", "lib/:", "a.py:1.5kB", "empty.txt:", "b.bin:12"};
 }
 
 void tst_BoardFiles::listing()
@@ -126,6 +129,11 @@ void tst_BoardFiles::listing()
     QFETCH(QString, folder);
     QFETCH(QStringList, expected);
 
+    if (options.removeAll(QStringLiteral("blank commands"))) {
+        QSettings settings;
+        for (const char *key : {"PY/lsfiles", "PY/lsdirs", "PY/lsdir"})
+            settings.setValue(QLatin1String(key), QString());
+    }
     VirtualBoard board;
     QVERIFY(board.start(options));
     QVERIFY(board.writeFile(QStringLiteral("lib/deeper/.keep"), QByteArray()));
@@ -301,6 +309,15 @@ void tst_BoardFiles::remove()
     QVERIFY2(last.startsWith(QStringLiteral("Removal error: ")) && last.endsWith(QStringLiteral(". Aborted")),
              qPrintable(last));
     QVERIFY(boardRow(w, QStringLiteral("full")).isValid());
+
+    // The board's own words are UTF-8, shown up to their first zero byte.
+    QTemporaryDir scripts;
+    const QString script = scripts.filePath(QStringLiteral("rm.py"));
+    QVERIFY(writeLocalFile(script, "import sys\ndef _rm(filename):\n"
+                                   "    sys.stdout.write('>#1\\u0444\\u0430\\u0439\\u043b\\x00tail')\n"));
+    QSettings().setValue(QStringLiteral("Scripts/Remove"), script);
+    QVERIFY(!w.removeBoardPath(QStringLiteral("/x"), false));
+    QCOMPARE(syslogMessages(w).constLast(), QStringLiteral("Removal error: \u0444\u0430\u0439\u043b. Aborted"));
 }
 
 void tst_BoardFiles::uploadTargets_data()

@@ -38,6 +38,8 @@ private slots:
     void sumPastTwoTo32();
     void boardVanishesDuringUpload();
     void downloadMissingFile();
+    void targetKeptAsItStands_data();
+    void targetKeptAsItStands();
     void downloadOverwriteQuestion_data();
     void downloadOverwriteQuestion();
     void forbiddenCharacters_data();
@@ -273,6 +275,38 @@ void tst_Transfer::downloadMissingFile()
     QVERIFY(s->window->downloadToFile(QStringLiteral("/nothere.bin"), local.filePath(QStringLiteral("nothere.bin"))));
     QCOMPARE(syslogMessages(*s->window).filter(QStringLiteral("Transmission error: ")).size(), 1);
     QVERIFY(syslogMessages(*s->window).filter(QStringLiteral("Transmission error: ")).constFirst().contains(QStringLiteral("ENOENT")));
+
+    // The board's own words are UTF-8, shown up to their first zero byte.
+    const QString script = local.filePath(QStringLiteral("dl.py"));
+    QVERIFY(writeLocalFile(script, "import sys\ndef _download(filename):\n"
+                                   "    sys.stdout.write('>\\u043d\\u0435\\u0442\\x00tail#6>')\n"));
+    QSettings().setValue(QStringLiteral("Scripts/Download"), script);
+    QVERIFY(s->window->downloadToFile(QStringLiteral("/x.bin"), local.filePath(QStringLiteral("x.bin"))));
+    QSettings().remove(QStringLiteral("Scripts/Download"));
+    QVERIFY2(syslogMessages(*s->window).contains(QStringLiteral("Transmission error: \u043d\u0435\u0442")),
+             qPrintable(syslogText(*s->window)));
+}
+
+void tst_Transfer::targetKeptAsItStands_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("percent two") << "a%2b.txt";
+    QTest::newRow("percent one") << "c%1d.txt";
+}
+
+void tst_Transfer::targetKeptAsItStands()
+{
+    // uploadData tests no characters: what packages and the editor send must reach the board unchanged.
+    QFETCH(QString, name);
+    Session *s = session(0);
+    QVERIFY(s);
+    QSettings().remove(QStringLiteral("MC/TransferSize"));
+    QByteArray data("percent");
+    QBuffer source(&data);
+    QVERIFY(source.open(QIODevice::ReadOnly));
+    QVERIFY(s->window->uploadData(source, QStringLiteral("/flash/") + name));
+    QVERIFY(s->board.received().contains(QStringLiteral("_upload('/flash/%1', 512)").arg(name).toLatin1()));
+    QCOMPARE(s->board.readFile(name), data);
 }
 
 void tst_Transfer::downloadOverwriteQuestion_data()

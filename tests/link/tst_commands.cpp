@@ -50,6 +50,9 @@ void tst_Commands::uname_data()
                                   << "Connected to micropython board invalid (mod unknown), release na. Core na version na";
     QTest::newRow("double quotes match nothing") << "print('(nodename=\"n\")')" << "System information request failed";
     QTest::newRow("no tuple line") << "print(42)" << "System information request failed";
+    QTest::newRow("empty means the built-in command")
+        << "" << "Connected to micropython board pyboard (mod unknown), release 1.28.0. Core PYBv1.1 with STM32F405RG "
+                 "version v1.28.0 on 2026-11-21";
 }
 
 void tst_Commands::uname()

@@ -1,6 +1,8 @@
 // The everyday flows through the real window, however the board's bytes are cut into reads:
 // at the line rate in bridge-sized pieces, one byte at a time, and at random split points.
+#include "codeeditor.h"
 #include "morvexwindowprobe.h"
+#include "qcodeeditor.h"
 #include "syncconfigurationdialog.h"
 #include "testsupport.h"
 #include "virtualboard.h"
@@ -10,6 +12,8 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QPointer>
+#include <QPushButton>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSettings>
@@ -20,15 +24,6 @@
 #include <memory>
 
 namespace {
-QByteArray randomBytes(int size, quint32 seed)
-{
-    QRandomGenerator generator(seed);
-    QByteArray data(size, '\0');
-    for (int i = 0; i < size; ++i)
-        data[i] = char(generator.bounded(256));
-    return data;
-}
-
 // Messages that tell of a wait that ended at the wrong reply, or at none.
 QStringList troublesSince(MorvexWindow &w, int from)
 {
@@ -112,6 +107,11 @@ private slots:
     void roundTrip();
     void synchronise_data() { modeRows(); }
     void synchronise();
+    void packages_data() { modeRows(); }
+    void packages();
+    void editing_data() { modeRows(); }
+    void editing();
+    void soak_data();
     void soak();
 
 private:
@@ -130,6 +130,15 @@ private:
     QTemporaryDir local;
     std::map<QString, std::unique_ptr<Session>> sessions;
     int logStart = 0;
+    struct SoakState {
+        quint32 seed = 0;
+        QRandomGenerator random;
+        VirtualBoard board;
+        MorvexWindow window;
+        QStringList dirs; // relative to the root, "" for the root itself
+        QMap<QString, QByteArray> files;
+    };
+    std::unique_ptr<SoakState> soakState;
 };
 
 void tst_DeliveryModes::modeRows()
@@ -160,6 +169,7 @@ void tst_DeliveryModes::init()
 void tst_DeliveryModes::cleanupTestCase()
 {
     sessions.clear();
+    soakState.reset();
 }
 
 tst_DeliveryModes::Session *tst_DeliveryModes::session()
@@ -467,30 +477,104 @@ void tst_DeliveryModes::synchronise()
     checkNoTroubles(s);
 }
 
+void tst_DeliveryModes::packages()
+{
+    Session *s = session();
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
+    w.changeBoardDir(s->root);
+    QTemporaryDir folder;
+    // zpack names are board paths; a relative one gets a "/" in front.
+    const QString prefix = s->family ? QString() : s->root;
+    const QList<QPair<QString, QByteArray>> zipped{{prefix + QStringLiteral("pk/main.py"), "print('main')\n"},
+                                                   {prefix + QStringLiteral("pk/lib/sub/deep.bin"), randomBytes(1500, 11)}};
+    const QString zpack = folder.filePath(QStringLiteral("fw.zpack"));
+    QVERIFY(writeZip(zpack, zipped, QStringLiteral("Pack 2")));
+    w.uploadZPack(zpack);
+    QVERIFY2(syslogMessages(w).contains(QStringLiteral("ZPack uploaded!")), qPrintable(logTail(w)));
+    for (const auto &member : zipped)
+        QCOMPARE(s->board.readFile(member.first.mid(prefix.size())), member.second);
+
+    // zfw names stand relative to the board folder, which is the board's current directory.
+    const QList<QPair<QString, QByteArray>> tarred{{QStringLiteral("pz/"), QByteArray()},
+                                                   {QStringLiteral("pz/lib/a.py"), "a = 1\n"},
+                                                   {QStringLiteral("pz/lib/b.bin"), randomBytes(2100, 12)}};
+    const QString zfw = folder.filePath(QStringLiteral("fw.zfw"));
+    QVERIFY(writeZfw(zfw, {{QStringLiteral("board"), QStringLiteral("PYBv1.1")}, {QStringLiteral("mod"), QStringLiteral("flash")}},
+                     tarred));
+    w.uploadZfw(zfw);
+    QVERIFY2(inOrder(syslogMessages(w), {QStringLiteral("ZFW firmware package is for PYBv1.1/flash ()"),
+                                         QStringLiteral("ZFW firmware pack uploaded!")}),
+             qPrintable(logTail(w)));
+    for (const auto &member : tarred.mid(1))
+        QCOMPARE(s->board.readFile(member.first), member.second);
+    checkNoTroubles(s);
+}
+
+void tst_DeliveryModes::editing()
+{
+    Session *s = session();
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
+    // Several download blocks, so that the copy is whole only if every block came.
+    QByteArray original;
+    for (int i = 0; i < 40; ++i)
+        original += QByteArray("value_%1 = %2  # a line of the file\n").replace("%1", QByteArray::number(i)).replace("%2", QByteArray::number(i * i));
+    QVERIFY(s->board.writeFile(QStringLiteral("edit_me.py"), original));
+    w.changeBoardDir(s->root);
+    w.editBoardFile(boardRow(w, QStringLiteral("edit_me.py")));
+    QPointer<CodeEditor> editor = w.findChild<CodeEditor *>();
+    QVERIFY2(editor && editor->isVisible(), qPrintable(logTail(w)));
+    auto *text = editor->findChild<QCodeEditor *>(QStringLiteral("editor"));
+    QCOMPARE(text->toPlainText().toUtf8(), original);
+    text->setPlainText(text->toPlainText() + QStringLiteral("print('edited')\n"));
+    editor->findChild<QPushButton *>(QStringLiteral("applyButton"))->click();
+    QCOMPARE(s->board.readFile(QStringLiteral("edit_me.py")), original + "print('edited')\n");
+    QVERIFY(waitFor([&] { return editor.isNull(); }, 5000));
+    checkNoTroubles(s);
+}
+
+void tst_DeliveryModes::soak_data()
+{
+    // One board through all rows: 200 operations, in parts that each stay within a test function's time.
+    QTest::addColumn<int>("first");
+    for (int first = 0; first < 200; first += 50)
+        QTest::addRow("operations %d to %d", first, first + 49) << first;
+}
+
 void tst_DeliveryModes::soak()
 {
-    // 200 operations in random order, each checked against the board's file system.
-    const quint32 seed = qEnvironmentVariableIsSet("MORVEX_SOAK_SEED")
-                             ? quint32(qEnvironmentVariableIntValue("MORVEX_SOAK_SEED"))
-                             : QRandomGenerator::global()->generate();
-    QRandomGenerator random(seed);
-    VirtualBoard board;
-    QVERIFY(board.start(boardArgs(QStringLiteral("random"), 0)));
-    MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0, 30000));
+    // Operations in random order, each checked against the board's file system.
+    QFETCH(int, first);
+    if (!soakState) {
+        soakState.reset(new SoakState);
+        soakState->seed = qEnvironmentVariableIsSet("MORVEX_SOAK_SEED")
+                              ? quint32(qEnvironmentVariableIntValue("MORVEX_SOAK_SEED"))
+                              : QRandomGenerator::global()->generate();
+        soakState->random.seed(soakState->seed);
+        QVERIFY(soakState->board.start(boardArgs(QStringLiteral("random"), 0)));
+        QVERIFY(connectBoard(soakState->window, soakState->board, 0, 30000));
+        soakState->dirs << QString(); // the root itself
+        qInfo("soak seed %u", soakState->seed);
+    }
+    const quint32 seed = soakState->seed;
+    QRandomGenerator &random = soakState->random;
+    VirtualBoard &board = soakState->board;
+    MorvexWindow &w = soakState->window;
+    QVERIFY2(MorvexWindowProbe::port(w).isOpen(), "an earlier part lost the board");
     const QString root = QStringLiteral("/flash/");
-    QStringList dirs{QString()}; // relative to the root, "" for the root itself
-    QMap<QString, QByteArray> files;
+    QStringList &dirs = soakState->dirs;
+    QMap<QString, QByteArray> &files = soakState->files;
 
     QString operation;
     auto fail = [&](const QString &what) {
         return QStringLiteral("soak seed %1, operation %2: %3\n%4\n%5")
             .arg(seed)
-            .arg(operation, what, syslogMessages(w).mid(syslogMessages(w).size() - 12).join('\n'), board.errors());
+            .arg(operation, what, logTail(w), board.errors());
     };
     auto join = [](const QString &dir, const QString &name) { return dir.isEmpty() ? name : dir + '/' + name; };
 
-    for (int step = 0; step < 200; ++step) {
+    for (int step = first; step < first + 50; ++step) {
         const int from = int(syslogMessages(w).size());
         const QString dir = dirs.at(random.bounded(dirs.size()));
         switch (random.bounded(7)) {

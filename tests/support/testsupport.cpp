@@ -14,6 +14,9 @@
 #include <QFileInfo>
 #include <QFileDialog>
 #include <QInputDialog>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLineEdit>
 #include <QProcess>
 #include <QRandomGenerator>
@@ -317,4 +320,30 @@ bool waitFor(const std::function<bool()> &pred, int timeoutMs)
         QTest::qWait(10);
     }
     return true;
+}
+
+bool writeZfw(const QString &path, const QVariantMap &pax, const QList<QPair<QString, QByteArray>> &members)
+{
+    QJsonArray list;
+    for (const auto &member : members)
+        list.append(QJsonArray{member.first, QString::fromLatin1(member.second.toBase64())});
+    const QJsonObject layout{{QStringLiteral("pax"), QJsonObject::fromVariantMap(pax)}, {QStringLiteral("members"), list}};
+    return runPython(QStringLiteral(R"(
+import base64, io, json, sys, tarfile
+layout = json.loads(sys.argv[2])
+pax = layout['pax']
+with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT if pax else tarfile.USTAR_FORMAT,
+                  pax_headers=pax) as t:
+    for name, data in layout['members']:
+        info = tarfile.TarInfo(name)
+        info.mtime = 1700000000
+        if name.endswith('/'):
+            info.type = tarfile.DIRTYPE
+            t.addfile(info)
+        else:
+            raw = base64.b64decode(data)
+            info.size = len(raw)
+            t.addfile(info, io.BytesIO(raw))
+)"),
+                     {path, QString::fromUtf8(QJsonDocument(layout).toJson(QJsonDocument::Compact))});
 }

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QVariantMap>
 
 #include <functional>
 
@@ -115,6 +116,10 @@ QByteArray randomBytes(int size, quint32 seed);
 // name that ends in "/" makes a directory member.
 bool writeZip(const QString &path, const QList<QPair<QString, QByteArray>> &members,
               const QString &comment = QString());
+
+// Writes a zfw made by Python's tarfile: a pax global header when pax is not
+// empty, then the members in order; a name that ends in "/" is a directory.
+bool writeZfw(const QString &path, const QVariantMap &pax, const QList<QPair<QString, QByteArray>> &members);
 
 // Runs a program to its end in workDir; true when it exits with 0. What it
 // wrote to stdout and stderr goes to *output.
