@@ -139,14 +139,20 @@ bool MorvexWindow::awaitReply(quint64 mark, const ReplyTest &answers, int limitM
     timer.setInterval(limitMs);
     QEventLoop loop;
     connect(&timer, &QTimer::timeout, &loop, [&loop] { loop.exit(1); });
+    bool done = false;
     auto look = [&] {
-        if (answered())
+        // An answered wait stays answered: a slot running in a nested loop (an
+        // abort, say) may take longer than the limit before this loop returns.
+        if (!done && answered()) {
+            done = true;
+            timer.stop();
             loop.exit(0);
+        }
     };
     // Both come after io_ready has split what arrived.
     connect(this, &MorvexWindow::eod, &loop, look);
     connect(&port, &QSerialPort::readyRead, &loop, [&] {
-        if (deadline == Deadline::FromLastByte)
+        if (deadline == Deadline::FromLastByte && !done)
             timer.start();
         look();
     });

@@ -74,12 +74,13 @@ void tst_CodeEditor::form()
     QVERIFY(dialog.findChild<QLayout *>(QStringLiteral("verticalLayout")));
     QVERIFY(dialog.findChild<QLayout *>(QStringLiteral("horizontalLayout")));
     const QStringList texts{"Save As", "Close without Saving", "Save && Upload"};
+    const QStringList icons{"save", "cancel", "done_outline"};
     const char *names[] = {"saveButton", "closeButton", "applyButton"};
     for (int i = 0; i < 3; ++i) {
         QPushButton *b = button(dialog, names[i]);
         QVERIFY2(b, names[i]);
         QCOMPARE(b->text(), texts.at(i));
-        QVERIFY(!b->icon().isNull());
+        QVERIFY2(showsIcon(b->icon(), icons.at(i)), names[i]);
     }
     QVERIFY(button(dialog, "applyButton")->isDefault());
     QCOMPARE(dialog.fileType(), CodeEditor::Other);

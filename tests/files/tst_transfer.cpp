@@ -31,12 +31,16 @@ private slots:
     void roundTrip_data();
     void roundTrip();
     void emptyUploadPackets();
+    void chunkSize_data();
+    void chunkSize();
     void uploadToMissingDirectory();
     void checksumMismatch_data();
     void checksumMismatch();
     void boardSumMustFitIn32Bits();
     void sumPastTwoTo32();
     void boardVanishesDuringUpload();
+    void uploadFailures_data();
+    void uploadFailures();
     void downloadMissingFile();
     void targetKeptAsItStands_data();
     void targetKeptAsItStands();
@@ -150,6 +154,32 @@ void tst_Transfer::emptyUploadPackets()
     QVERIFY(waitFor([&] { return s->board.received().endsWith("\x01"); }, 5000));
     QVERIFY(s->board.exists(QStringLiteral("empty.bin")));
     QCOMPARE(s->board.readFile(QStringLiteral("empty.bin")).size(), 0);
+}
+
+void tst_Transfer::chunkSize_data()
+{
+    QTest::addColumn<int>("setting");
+    QTest::addColumn<int>("chunk");
+
+    QTest::newRow("31 means the default") << 31 << 512;
+    QTest::newRow("32 is used") << 32 << 32;
+}
+
+void tst_Transfer::chunkSize()
+{
+    QFETCH(int, setting);
+    QFETCH(int, chunk);
+    Session *s = session(1);
+    QVERIFY(s);
+    QSettings().setValue(QStringLiteral("MC/TransferSize"), setting);
+    QByteArray data = randomBytes(1000, 11);
+    QBuffer source(&data);
+    QVERIFY(source.open(QIODevice::ReadOnly));
+    const int before = s->board.received().size();
+    QVERIFY(s->window->uploadData(source, QStringLiteral("/chunks.bin")));
+    QSettings().remove(QStringLiteral("MC/TransferSize"));
+    QVERIFY(s->board.received().mid(before).contains(QStringLiteral("_upload('/chunks.bin', %1)\x04").arg(chunk).toLatin1()));
+    QCOMPARE(s->board.readFile(QStringLiteral("chunks.bin")), data);
 }
 
 void tst_Transfer::uploadToMissingDirectory()
@@ -268,6 +298,68 @@ void tst_Transfer::boardVanishesDuringUpload()
     QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
 }
 
+void tst_Transfer::uploadFailures_data()
+{
+    QTest::addColumn<QString>("stage"); // the packet after which the board falls silent
+    QTest::addColumn<bool>("abort");    // pressed while the desktop waits for the answer
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("size packet unanswered") << "size" << false << "Error while starting the transmission. Aborted";
+    QTest::newRow("size packet, abort empties the queue") << "size" << true << "No reply for the transmitted data. Aborted";
+    QTest::newRow("data packet, abort empties the queue") << "data" << true << "No reply. Aborted";
+    QTest::newRow("checksum packet unanswered") << "sum" << false
+                                                << "Finalization error (during transmission phase). Aborted";
+    QTest::newRow("checksum packet, abort empties the queue") << "sum" << true
+                                                              << "Finalization error (during reception phase). Aborted";
+}
+
+void tst_Transfer::uploadFailures()
+{
+    QFETCH(QString, stage);
+    QFETCH(bool, abort);
+    QFETCH(QString, message);
+    // The protocol of _upload, with a read that waits for nothing after the packet
+    // named in the target, until Ctrl-C interrupts it.
+    const QString script = local.filePath(QStringLiteral("late_upload.py"));
+    QVERIFY(writeLocalFile(script, "import sys\n"
+                                   "def _upload(filename, chunk):\n"
+                                   "    rd = sys.stdin.buffer.read\n"
+                                   "    count = int(rd(11)[1:])\n"
+                                   "    if 'size' in filename: rd(1)\n"
+                                   "    sys.stdout.write('#9>')\n"
+                                   "    while count > 0:\n"
+                                   "        rd(min(count, chunk))\n"
+                                   "        if 'data' in filename: rd(1)\n"
+                                   "        count -= min(count, chunk)\n"
+                                   "        sys.stdout.write('#9>')\n"
+                                   "    rd(11)\n"
+                                   "    if 'sum' in filename: rd(1)\n"
+                                   "    sys.stdout.write('#0')\n"));
+    QSettings().setValue(QStringLiteral("Scripts/Upload"), script);
+    QSettings().remove(QStringLiteral("MC/TransferSize"));
+    Session *s = session(0);
+    QVERIFY(s);
+    MorvexWindow &w = *s->window;
+    const int sentBefore = s->board.received().size();
+    const int logBefore = syslogMessages(w).size();
+    // The packet whose answer is awaited: size, first data packet, checksum.
+    const QByteArray awaited = stage == QLatin1String("size") ? QByteArray("!0000000008")
+                               : stage == QLatin1String("data") ? QByteArray("c2lsZW50") : QByteArray("@");
+    ActWhen pressAbort([&] { return abort && s->board.received().mid(sentBefore).contains(awaited); },
+                       [&] { windowAction(w, "actionAbort")->trigger(); });
+    QByteArray data("silent");
+    QBuffer source(&data);
+    QVERIFY(source.open(QIODevice::ReadOnly));
+    QVERIFY(!w.uploadData(source, QStringLiteral("/flash/%1.txt").arg(stage)));
+    QSettings().remove(QStringLiteral("Scripts/Upload"));
+    const QStringList log = syslogMessages(w).mid(logBefore);
+    QVERIFY2(log.contains(message), qPrintable(log.join(QLatin1Char('\n'))));
+    QCOMPARE(pressAbort.done(), abort);
+    QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
+    if (!abort)
+        QVERIFY(w.exchange("\x03", 1000)); // the board still waits in its read
+}
+
 void tst_Transfer::downloadMissingFile()
 {
     Session *s = session(1);
@@ -337,6 +429,7 @@ void tst_Transfer::downloadOverwriteQuestion()
     w.downloadEntry(row);
     QCOMPARE(answer->answered(), 1);
     QCOMPARE(answer->texts().value(0), QStringLiteral("File %1 exists. Overwrite?").arg(local.filePath(QStringLiteral("dl.txt"))));
+    QCOMPARE(answer->titles().value(0), QStringLiteral("Download file"));
     QVERIFY(existing.open(QIODevice::ReadOnly));
     QCOMPARE(existing.readAll(), yes ? QByteArray("board content") : QByteArray("local content"));
     if (!yes)

@@ -11,6 +11,8 @@
 #include <QTest>
 #include <QTimer>
 
+Q_DECLARE_METATYPE(MorvexWindow::MC_STATE)
+
 class tst_Commands : public QObject
 {
     Q_OBJECT
@@ -28,6 +30,8 @@ private slots:
     void reset_data();
     void reset();
     void dfu();
+    void writeFails_data();
+    void writeFails();
     void abortDuringCommand();
     void abortWithoutBoard();
 
@@ -204,6 +208,52 @@ void tst_Commands::dfu()
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Connection closed")));
     QVERIFY(!syslogMessages(w).contains(QStringLiteral("Reconnecting.... Please wait.")));
     QVERIFY(!MorvexWindowProbe::reconnectTimer(w).isActive());
+}
+
+void tst_Commands::writeFails_data()
+{
+    QTest::addColumn<QString>("way");
+    QTest::addColumn<MorvexWindow::MC_STATE>("state");
+    QTest::addColumn<QStringList>("messages"); // in this order
+
+    const QString script = QStringLiteral(":/data/debug.py");
+    QTest::newRow("launch") << "actionLaunch" << MorvexWindow::MC_REPL
+                            << QStringList{"Launch failed", "Launching..."};
+    QTest::newRow("reset") << "actionReset" << MorvexWindow::MC_REPL << QStringList{"Restart failed", "Resetting..."};
+    QTest::newRow("dfu") << "actionDFU" << MorvexWindow::MC_REPL << QStringList{"DFU failed or not supported"};
+    QTest::newRow("load a script") << "load" << MorvexWindow::MC_RAW
+                                   << QStringList{QStringLiteral("Cannot upload script %1").arg(script)};
+    QTest::newRow("run a script") << "run" << MorvexWindow::MC_RAW
+                                  << QStringList{QStringLiteral("Cannot upload script %1").arg(script)};
+}
+
+void tst_Commands::writeFails()
+{
+    QFETCH(QString, way);
+    QFETCH(MorvexWindow::MC_STATE, state);
+    QFETCH(QStringList, messages);
+    VirtualBoard board;
+    QVERIFY(board.start());
+    MorvexWindow w;
+    windowAction(w, "actionMonitor_Only")->setChecked(true);
+    connectThroughPopup(w, board, 0);
+    QVERIFY(waitFor([&] { return !terminalText(w).isEmpty(); }, 5000));
+    // The mode the operation needs already stands, so its first write is the one that fails.
+    MorvexWindowProbe::mcState(w) = state;
+    // The board ends without the window serving an event: the port still looks open.
+    board.stop();
+    QVERIFY(MorvexWindowProbe::port(w).isOpen());
+    if (way == QLatin1String("load"))
+        QVERIFY(!w.loadScript(QStringLiteral(":/data/debug.py")));
+    else if (way == QLatin1String("run"))
+        QVERIFY(!w.runScript(QStringLiteral(":/data/debug.py")));
+    else
+        windowAction(w, way.toLatin1().constData())->trigger();
+    const QStringList log = syslogMessages(w);
+    QVERIFY2(inOrder(log, messages), qPrintable(log.join(QLatin1Char('\n'))));
+    // The failed write is what took the link down.
+    QVERIFY(inOrder(log, {QStringLiteral("Connection closed"), messages.constFirst()}));
+    QVERIFY(!MorvexWindowProbe::port(w).isOpen());
 }
 
 void tst_Commands::abortDuringCommand()

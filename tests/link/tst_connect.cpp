@@ -5,6 +5,7 @@
 
 #include <QAction>
 #include <QGroupBox>
+#include <QMetaEnum>
 #include <QTabWidget>
 #include <QTest>
 #include <QToolBar>
@@ -35,11 +36,14 @@ private slots:
     void executionAborted();
     void portLoss_data();
     void portLoss();
+    void portErrors_data();
+    void portErrors();
     void connectWhileOpenDisconnects();
     void unopenablePort();
 
 private:
     SettingsSandbox sandbox;
+    VirtualBoard monitored; // shared by the rows of portErrors
 };
 
 void tst_Connect::init()
@@ -206,6 +210,34 @@ void tst_Connect::portLoss()
     } else {
         QVERIFY(!syslogMessages(w).contains(QStringLiteral("Reconnecting.... Please wait.")));
     }
+}
+
+void tst_Connect::portErrors_data()
+{
+    QTest::addColumn<int>("error");
+    QTest::addColumn<bool>("fatal");
+
+    const QMetaEnum errors = QMetaEnum::fromType<QSerialPort::SerialPortError>();
+    const QList<int> fatal{QSerialPort::WriteError, QSerialPort::ReadError, QSerialPort::ResourceError,
+                           QSerialPort::TimeoutError, QSerialPort::NotOpenError};
+    for (int i = 0; i < errors.keyCount(); ++i)
+        QTest::newRow(errors.key(i)) << errors.value(i) << fatal.contains(errors.value(i));
+}
+
+void tst_Connect::portErrors()
+{
+    QFETCH(int, error);
+    QFETCH(bool, fatal);
+    QVERIFY(monitored.isRunning() || monitored.start());
+    MorvexWindow w;
+    windowAction(w, "actionMonitor_Only")->setChecked(true);
+    connectThroughPopup(w, monitored, 0);
+    QVERIFY(waitFor([&] { return !terminalText(w).isEmpty(); }, 5000));
+    const int before = syslogMessages(w).size();
+    emit MorvexWindowProbe::port(w).errorOccurred(QSerialPort::SerialPortError(error));
+    const QStringList said = fatal ? QStringList{"Fatal communication error", "Connection closed"} : QStringList();
+    QCOMPARE(syslogMessages(w).mid(before), said);
+    QCOMPARE(MorvexWindowProbe::port(w).isOpen(), !fatal);
 }
 
 void tst_Connect::connectWhileOpenDisconnects()

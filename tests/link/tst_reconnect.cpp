@@ -93,21 +93,26 @@ void tst_Reconnect::extraPorts()
 
 void tst_Reconnect::follow_data()
 {
-    QTest::addColumn<QString>("serial");   // of the board's port, as the extra ports list gives it
-    QTest::addColumn<QString>("comesBack"); // "same" path, "other" path, or "never"
-    QTest::addColumn<bool>("stranger");    // a second board, serial MC0002, listed first
-    QTest::addColumn<QString>("reopened"); // "same", "other", or "" for none
+    QTest::addColumn<QString>("serial");    // of the board's port at the connect, as the extra ports list gives it
+    QTest::addColumn<QString>("serialBack"); // of the port it comes back on
+    QTest::addColumn<QString>("comesBack");  // "same" path, "other" path, or "never"
+    QTest::addColumn<bool>("stranger");     // a second board, serial MC0002, listed first
+    QTest::addColumn<QString>("reopened");  // "same", "other", or "" for none
 
-    QTest::newRow("no serial, back under its path") << "" << "same" << false << "same";
-    QTest::newRow("serial, back under its path") << "MC0001" << "same" << false << "same";
-    QTest::newRow("serial followed to another path") << "MC0001" << "other" << true << "other";
-    QTest::newRow("no serial: another path is not followed") << "" << "other" << false << "";
-    QTest::newRow("never back; a board with another serial left alone") << "MC0001" << "never" << true << "";
+    QTest::newRow("no serial, back under its path") << "" << "" << "same" << false << "same";
+    QTest::newRow("serial, back under its path") << "MC0001" << "MC0001" << "same" << false << "same";
+    QTest::newRow("serial followed to another path") << "MC0001" << "MC0001" << "other" << true << "other";
+    QTest::newRow("no serial: another path is not followed") << "" << "" << "other" << false << "";
+    QTest::newRow("serial: its path with another serial is not opened") << "MC0001" << "MC0009" << "same" << false
+                                                                        << "";
+    QTest::newRow("never back; a board with another serial left alone") << "MC0001" << "MC0001" << "never" << true
+                                                                        << "";
 }
 
 void tst_Reconnect::follow()
 {
     QFETCH(QString, serial);
+    QFETCH(QString, serialBack);
     QFETCH(QString, comesBack);
     QFETCH(bool, stranger);
     QFETCH(QString, reopened);
@@ -121,18 +126,21 @@ void tst_Reconnect::follow()
     VirtualBoard board;
     QVERIFY(board.start(args));
     VirtualBoard second;
-    const QString suffix = serial.isEmpty() ? QString() : QLatin1Char('=') + serial;
-    QStringList extra;
-    if (stranger) {
+    const auto ports = [&](const QString &serialNumber) {
+        const QString suffix = serialNumber.isEmpty() ? QString() : QLatin1Char('=') + serialNumber;
+        QStringList extra;
+        if (stranger)
+            extra << second.portPath() + QStringLiteral("=MC0002");
+        return extra << board.portPath() + suffix << otherPath + suffix;
+    };
+    if (stranger)
         QVERIFY(second.start());
-        extra << second.portPath() + QStringLiteral("=MC0002");
-    }
-    extra << board.portPath() + suffix << otherPath + suffix;
-    setExtraPorts(extra);
+    setExtraPorts(ports(serial));
 
     MorvexWindow w;
     windowAction(w, "actionAutomatic_Reconnect")->setChecked(comesBack == QLatin1String("never"));
     QVERIFY(connectBoard(w, board, 0));
+    setExtraPorts(ports(serialBack));
     const int before = syslogMessages(w).size();
     if (comesBack == QLatin1String("never"))
         board.stop();
@@ -221,6 +229,13 @@ void tst_Reconnect::intervalGrowsWhilePortRefuses()
     QCOMPARE(MorvexWindowProbe::reconnectTimer(w).interval(), 400);
     QVERIFY(!syslogMessages(w).contains(exhausted));
     QVERIFY(waitFor([&] { return backInControl(w); }, 10000));
+
+    // The success also restarted the count: the next loss begins again at attempt 1.
+    const int lostAgain = syslogMessages(w).size();
+    back.stop();
+    const auto attempts = [&] { return syslogMessages(w).mid(lostAgain).filter(QStringLiteral("Reconnect attempt")); };
+    QVERIFY(waitFor([&] { return !attempts().isEmpty(); }, 5000));
+    QCOMPARE(attempts().constFirst(), attempt(1));
 }
 
 void tst_Reconnect::closeQuestion_data()
@@ -297,6 +312,7 @@ void tst_Reconnect::closeQuestion()
     }
     QCOMPARE(answerer->texts(),
              asked ? QStringList{QStringLiteral("An MC operation is in progress. Abort and quit?")} : QStringList());
+    QCOMPARE(answerer->titles(), asked ? QStringList{QStringLiteral("Exit")} : QStringList());
     QCOMPARE(!w.isVisible(), closes);
     QCOMPARE(QSettings().contains(QStringLiteral("UI/Geometry")), closes);
 }

@@ -7,20 +7,10 @@
 #include <QBuffer>
 #include <QFile>
 #include <QGroupBox>
-#include <QPixmap>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <QToolBar>
-
-#include "qmaterialicon.h"
-
-namespace {
-QImage iconImage(const QIcon &icon)
-{
-    return icon.pixmap(24, 24).toImage();
-}
-} // namespace
 
 class tst_Scripts : public QObject
 {
@@ -192,12 +182,10 @@ void tst_Scripts::gatingWalk()
     auto *toolBar = w.findChild<QToolBar *>(QStringLiteral("b_actionsToolBar"));
     auto *group = w.findChild<QGroupBox *>(QStringLiteral("fileSystemGroup"));
     auto *upload = windowAction(w, "actionUpload");
-    const QImage linkIcon = iconImage(QMaterialIcon::instance()->icon(QStringLiteral("link")));
-    const QImage linkOffIcon = iconImage(QMaterialIcon::instance()->icon(QStringLiteral("link_off")));
 
     // Window built.
     QVERIFY(!toolBar->isEnabled() && !upload->isEnabled() && !group->isEnabled());
-    QCOMPARE(iconImage(windowAction(w, "actionConnect")->icon()), linkIcon);
+    QVERIFY(showsIcon(windowAction(w, "actionConnect")->icon(), QStringLiteral("link")));
 
     // Port opened, monitor only: tool bar on, board actions unchanged.
     windowAction(w, "actionMonitor_Only")->setChecked(true);
@@ -205,7 +193,7 @@ void tst_Scripts::gatingWalk()
     QVERIFY(toolBar->isEnabled());
     QVERIFY(!upload->isEnabled());
     QVERIFY(!group->isEnabled());
-    QCOMPARE(iconImage(windowAction(w, "actionConnect")->icon()), linkOffIcon);
+    QVERIFY(showsIcon(windowAction(w, "actionConnect")->icon(), QStringLiteral("link_off")));
 
     // queryInfo through Abort: board actions on, file area on.
     windowAction(w, "actionAbort")->trigger();
@@ -243,7 +231,7 @@ void tst_Scripts::gatingWalk()
     QVERIFY(!toolBar->isEnabled());
     QVERIFY(upload->isEnabled());
     QVERIFY(!group->isEnabled());
-    QCOMPARE(iconImage(windowAction(w, "actionConnect")->icon()), linkIcon);
+    QVERIFY(showsIcon(windowAction(w, "actionConnect")->icon(), QStringLiteral("link")));
 }
 
 QTEST_MAIN(tst_Scripts)

@@ -80,6 +80,7 @@ void TestConnectionPopup::load()
     QCOMPARE(combo(popup, "baudCombo")->currentText(), baud);
     QCOMPARE(popup.portName(), port < 0 ? ports->itemText(0) : fakePort(port));
     QVERIFY(applyButton(popup)->isEnabled());
+    QVERIFY(showsIcon(applyButton(popup)->icon(), QStringLiteral("done")));
 }
 
 void TestConnectionPopup::noPortsDisablesApply()

@@ -13,6 +13,7 @@
 #include <QTabWidget>
 #include <QTest>
 #include <QToolBar>
+#include <QToolButton>
 
 class tst_Form : public QObject
 {
@@ -22,6 +23,8 @@ private slots:
     void init() { sandbox.clear(); }
     void actions_data();
     void actions();
+    void toolIcons_data();
+    void toolIcons();
     void placement_data();
     void placement();
     void startState();
@@ -40,40 +43,41 @@ void tst_Form::actions_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("tip");
     QTest::addColumn<QString>("shortcut");
-    QTest::addColumn<bool>("icon");
+    QTest::addColumn<QString>("icon"); // its name in the icon font, empty for none
     QTest::addColumn<bool>("checkable");
 
-    auto row = [](const char *name, const char *text, const char *tip, const char *shortcut, bool icon,
+    auto row = [](const char *name, const char *text, const char *tip, const char *shortcut, const char *icon,
                   bool checkable = false) {
         QTest::newRow(name) << name << text << tip << shortcut << icon << checkable;
     };
-    row("actionExit", "Exit", "", "Ctrl+Q", false);
-    row("actionAbout", "About", "", "", false);
-    row("actionUpload", "Upload", "Upload the selected file", "Ctrl+U", true);
-    row("actionDownload", "Download", "Download a file from the MC", "Ctrl+D", true);
-    row("actionSync", "Sync", "Sync files between the PC and the MC", "", true);
-    row("actionAbort", "Abort", "Stop the virtual machine", "Ctrl+X", true);
-    row("actionReset", "Reset", "Reset the MC", "Ctrl+Z", true);
-    row("actionDFU", "DFU", "Put the MC into the DFU mode", "", true);
-    row("actionRemove", "Remove", "Remove a file from the MC", "", true);
-    row("actionEdit", "Edit", "Edit a MC file", "Ctrl+E", true);
-    row("actionPreferences", "Preferences", "", "", false);
-    row("actionUpload_Package", "Upload Package", "Upload a package to the MC", "", true);
-    row("actionNew_Directory", "New Directory", "Create a new directory in the MC flash", "Ctrl+Shift+N", true);
-    row("actionNew_File", "New File", "Create a new file in the MC flash", "Ctrl+N", true);
-    row("actionLaunch", "Launch", "Launch the virtual machine", "", true);
-    row("actionSaveTerminal", "Terminal", "", "", false);
-    row("actionSaveSyslog", "Syslog", "", "", false);
-    row("actionClear_Syslog", "Clear Syslog", "", "", false);
-    row("actionClear_Terminal", "Clear Terminal", "", "", false);
-    row("actionConnect", "Connect", "Connect to a MVX device or disconnect from one", "Ctrl+O", true);
-    row("actionReset_MC", "Reset MC", "Reset the MC after establishing a connection", "Ctrl+R", true, true);
+    row("actionExit", "Exit", "", "Ctrl+Q", "");
+    row("actionAbout", "About", "", "", "");
+    row("actionUpload", "Upload", "Upload the selected file", "Ctrl+U", "send");
+    row("actionDownload", "Download", "Download a file from the MC", "Ctrl+D", "save");
+    row("actionSync", "Sync", "Sync files between the PC and the MC", "", "swap_horizontal_circle");
+    row("actionAbort", "Abort", "Stop the virtual machine", "Ctrl+X", "cancel");
+    row("actionReset", "Reset", "Reset the MC", "Ctrl+Z", "restore");
+    row("actionDFU", "DFU", "Put the MC into the DFU mode", "", "system_update");
+    row("actionRemove", "Remove", "Remove a file from the MC", "", "delete");
+    row("actionEdit", "Edit", "Edit a MC file", "Ctrl+E", "edit");
+    row("actionPreferences", "Preferences", "", "", "");
+    row("actionUpload_Package", "Upload Package", "Upload a package to the MC", "", "archive");
+    row("actionNew_Directory", "New Directory", "Create a new directory in the MC flash", "Ctrl+Shift+N",
+        "create_new_folder");
+    row("actionNew_File", "New File", "Create a new file in the MC flash", "Ctrl+N", "add_circle");
+    row("actionLaunch", "Launch", "Launch the virtual machine", "", "launch");
+    row("actionSaveTerminal", "Terminal", "", "", "");
+    row("actionSaveSyslog", "Syslog", "", "", "");
+    row("actionClear_Syslog", "Clear Syslog", "", "", "");
+    row("actionClear_Terminal", "Clear Terminal", "", "", "");
+    row("actionConnect", "Connect", "Connect to a MVX device or disconnect from one", "Ctrl+O", "link");
+    row("actionReset_MC", "Reset MC", "Reset the MC after establishing a connection", "Ctrl+R", "refresh", true);
     row("actionMonitor_Only", "Monitor Only", "Do not stop the virtual machine after establishing a connection",
-        "Ctrl+M", true, true);
+        "Ctrl+M", "visibility", true);
     row("actionAutomatic_Reconnect", "Automatic Reconnect", "Automatically reconnect if the connection is aborted", "",
-        true, true);
-    row("actionAbout_Qt", "About Qt", "", "", false);
-    row("actionCheck_for_updates", "Check for Updates", "", "", false);
+        "autorenew", true);
+    row("actionAbout_Qt", "About Qt", "", "", "");
+    row("actionCheck_for_updates", "Check for Updates", "", "", "");
 }
 
 void tst_Form::actions()
@@ -82,7 +86,7 @@ void tst_Form::actions()
     QFETCH(QString, text);
     QFETCH(QString, tip);
     QFETCH(QString, shortcut);
-    QFETCH(bool, icon);
+    QFETCH(QString, icon);
     QFETCH(bool, checkable);
 
     MorvexWindow w;
@@ -92,8 +96,26 @@ void tst_Form::actions()
     // An action without a tool tip of its own shows its text.
     QCOMPARE(action->toolTip(), tip.isEmpty() ? text : tip);
     QCOMPARE(action->shortcut(), QKeySequence(shortcut));
-    QCOMPARE(!action->icon().isNull(), icon);
+    QVERIFY(icon.isEmpty() ? action->icon().isNull() : showsIcon(action->icon(), icon));
     QCOMPARE(action->isCheckable(), checkable);
+}
+
+void tst_Form::toolIcons_data()
+{
+    QTest::addColumn<QString>("tool");
+    QTest::addColumn<QString>("icon");
+    QTest::newRow("pcFolderSelTool") << "pcFolderSelTool" << "folder_open";
+    QTest::newRow("pcFolderUpTool") << "pcFolderUpTool" << "arrow_upward";
+}
+
+void tst_Form::toolIcons()
+{
+    QFETCH(QString, tool);
+    QFETCH(QString, icon);
+    MorvexWindow w;
+    auto *button = w.findChild<QToolButton *>(tool);
+    QVERIFY(button);
+    QVERIFY(showsIcon(button->icon(), icon));
 }
 
 void tst_Form::placement_data()

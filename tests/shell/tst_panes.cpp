@@ -17,6 +17,8 @@
 #include <QToolButton>
 #include <QTreeView>
 
+#include <memory>
+
 namespace {
 void doubleClick(QAbstractItemView *view, const QModelIndex &index)
 {
@@ -30,17 +32,28 @@ class tst_Panes : public QObject
 
 private slots:
     void init() { sandbox.clear(); }
+    void cleanupTestCase() { session.reset(); }
     void pcFolder();
     void folderTools();
     void contextMenus_data();
     void contextMenus();
+    void menuEffects_data();
+    void menuEffects();
     void pcDoubleClick_data();
     void pcDoubleClick();
     void boardDoubleClick_data();
     void boardDoubleClick();
 
 private:
+    struct Session {
+        QTemporaryDir local;
+        VirtualBoard board;
+        MorvexWindow window;
+    };
+    Session *menuSession();
+
     SettingsSandbox sandbox;
+    std::unique_ptr<Session> session;
 };
 
 void tst_Panes::pcFolder()
@@ -93,15 +106,19 @@ void tst_Panes::contextMenus_data()
 {
     QTest::addColumn<QString>("menu");
     QTest::addColumn<QStringList>("texts");
+    QTest::addColumn<QStringList>("icons");
 
-    QTest::newRow("pc") << "pc" << QStringList{"Run on the MC", "Upload", "Synchronize"};
-    QTest::newRow("board") << "board" << QStringList{"Edit", "Download", "Remove"};
+    QTest::newRow("pc") << "pc" << QStringList{"Run on the MC", "Upload", "Synchronize"}
+                        << QStringList{"build", "send", "swap_horizontal_circle"};
+    QTest::newRow("board") << "board" << QStringList{"Edit", "Download", "Remove"}
+                           << QStringList{"edit", "save", "delete"};
 }
 
 void tst_Panes::contextMenus()
 {
     QFETCH(QString, menu);
     QFETCH(QStringList, texts);
+    QFETCH(QStringList, icons);
     MorvexWindow w;
     // The menus are the window's two QMenu children that are not in the menu bar.
     QMenu *found = nullptr;
@@ -117,7 +134,104 @@ void tst_Panes::contextMenus()
     for (int i = 0; i < actions.size(); ++i) {
         QCOMPARE(actions.at(i)->text(), texts.at(i));
         QCOMPARE(actions.at(i)->data().toInt(), i);
-        QVERIFY(!actions.at(i)->icon().isNull());
+        // Made before the window sets the icon colours: black on either theme.
+        QVERIFY(showsIcon(actions.at(i)->icon(), icons.at(i), Qt::black));
+    }
+}
+
+tst_Panes::Session *tst_Panes::menuSession()
+{
+    if (session)
+        return session.get();
+    session.reset(new Session);
+    Session *s = session.get();
+    if (!writeLocalFile(s->local.filePath(QStringLiteral("run.py")), "print('ran here')\n")
+        || !writeLocalFile(s->local.filePath(QStringLiteral("up.txt")), "up") || !QDir(s->local.path()).mkdir("sub")
+        || !s->board.start() || !s->board.writeFile(QStringLiteral("down.txt"), "down")
+        || !s->board.writeFile(QStringLiteral("gone.txt"), "gone") || !s->board.writeFile(QStringLiteral("lib/a.py"), "a")
+        || !connectBoard(s->window, s->board, 0))
+        return nullptr;
+    s->window.setPcFolder(s->local.path());
+    // Shown, so that the panes have their places on the screen.
+    s->window.resize(760, 560);
+    s->window.move(0, 0);
+    s->window.show();
+    return QTest::qWaitForWindowExposed(&s->window) ? s : nullptr;
+}
+
+void tst_Panes::menuEffects_data()
+{
+    QTest::addColumn<QString>("pane");   // "pc" or "board"
+    QTest::addColumn<QString>("name");   // the row's file or folder, or "" for the empty part of the pane
+    QTest::addColumn<int>("column");
+    QTest::addColumn<int>("entry");      // the data of the entry chosen; -1 when no menu may open
+
+    QTest::newRow("pc: Run on the MC") << "pc" << "run.py" << 0 << 0;
+    QTest::newRow("pc: Upload, from the size column") << "pc" << "up.txt" << 1 << 1;
+    QTest::newRow("pc: a folder has no menu") << "pc" << "sub" << 0 << -1;
+    QTest::newRow("pc: nothing under the pointer") << "pc" << "" << 0 << -1;
+    QTest::newRow("board: Download") << "board" << "down.txt" << 0 << 1;
+    QTest::newRow("board: Remove") << "board" << "gone.txt" << 0 << 2;
+    QTest::newRow("board: the size column has no menu") << "board" << "down.txt" << 1 << -1;
+    QTest::newRow("board: a folder has no menu") << "board" << "lib" << 0 << -1;
+    QTest::newRow("board: nothing under the pointer") << "board" << "" << 0 << -1;
+}
+
+void tst_Panes::menuEffects()
+{
+    QFETCH(QString, pane);
+    QFETCH(QString, name);
+    QFETCH(int, column);
+    QFETCH(int, entry);
+    Session *s = menuSession();
+    QVERIFY(s);
+    MorvexWindow &w = s->window;
+    const bool pc = pane == QLatin1String("pc");
+    QAbstractItemView *view = pc ? static_cast<QAbstractItemView *>(w.findChild<QTreeView *>(QStringLiteral("pcFileList")))
+                                 : w.findChild<QTableView *>(QStringLiteral("mcFileList"));
+    QModelIndex index;
+    if (!name.isEmpty()) {
+        index = pc ? MorvexWindowProbe::pcModel(w).index(s->local.filePath(name)) : boardRow(w, name);
+        index = index.sibling(index.row(), column);
+        QVERIFY(waitFor([&] { return view->visualRect(index).isValid(); }, 5000));
+    }
+    const QPoint p = index.isValid() ? view->visualRect(index).center()
+                                     : QPoint(5, view->viewport()->height() - 5);
+    QVERIFY(index.isValid() || !view->indexAt(p).isValid());
+
+    QPoint shownAt;
+    DialogAnswerer menuAnswer([&](QWidget *widget) {
+        auto *menu = qobject_cast<QMenu *>(widget);
+        if (!menu)
+            return false;
+        shownAt = menu->pos();
+        const auto actions = menu->actions();
+        for (QAction *action : actions) {
+            if (action->data().toInt() == entry)
+                menu->setActiveAction(action);
+        }
+        QTest::keyClick(menu, entry < 0 ? Qt::Key_Escape : Qt::Key_Return);
+        return true;
+    });
+    const int logBefore = syslogMessages(w).size();
+    emit view->customContextMenuRequested(p);
+    QCOMPARE(menuAnswer.answered(), entry < 0 ? 0 : 1);
+    if (entry < 0)
+        return;
+    QCOMPARE(shownAt, view->mapToGlobal(p));
+
+    const QStringList log = syslogMessages(w).mid(logBefore);
+    if (pc && entry == 0) {
+        QVERIFY2(inOrder(log, {QStringLiteral(">>ran here"),
+                               QStringLiteral("Script %1 executed").arg(s->local.filePath(name))}),
+                 qPrintable(log.join('\n')));
+    } else if (pc && entry == 1) {
+        QCOMPARE(s->board.readFile(name), readLocalFile(s->local.filePath(name)));
+    } else if (entry == 1) {
+        QCOMPARE(readLocalFile(s->local.filePath(name)), s->board.readFile(name));
+    } else if (entry == 2) {
+        QVERIFY(!s->board.exists(name));
+        QVERIFY(log.contains(QStringLiteral("/flash/%1 removed").arg(name)));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "connectionpopup.h"
 #include "morvexwindowprobe.h"
+#include "qmaterialicon.h"
 #include "virtualboard.h"
 
 #include <QAction>
@@ -13,6 +14,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QFileDialog>
+#include <QIcon>
+#include <QImage>
 #include <QInputDialog>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -68,8 +71,10 @@ void DialogAnswerer::poll()
         widget = QApplication::activePopupWidget();
     if (!widget || widget == m_last || !widget->isVisible())
         return;
-    if (auto *box = qobject_cast<QMessageBox *>(widget))
+    if (auto *box = qobject_cast<QMessageBox *>(widget)) {
         m_texts << box->text();
+        m_titles << box->windowTitle();
+    }
     if (m_handler(widget)) {
         m_last = widget;
         ++m_answered;
@@ -308,6 +313,14 @@ bool runPython(const QString &script, const QStringList &args, QByteArray *outpu
 {
     return runProgram(QStringLiteral(MORVEX_PYTHON), QStringList{QStringLiteral("-c"), script} + args, QString(),
                       output);
+}
+
+bool showsIcon(const QIcon &icon, const QString &name, const QColor &color)
+{
+    bool known = false;
+    QMaterialIcon::instance()->codepoint(name, &known);
+    const QImage expected = QMaterialIcon::instance()->icon(name, color).pixmap(24, 24).toImage();
+    return known && !icon.isNull() && icon.pixmap(24, 24).toImage() == expected;
 }
 
 bool waitFor(const std::function<bool()> &pred, int timeoutMs)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QList>
 #include <QMessageBox>
 #include <QPair>
@@ -12,6 +13,7 @@
 #include <functional>
 
 class MorvexWindow;
+class QIcon;
 class QAction;
 class QModelIndex;
 class VirtualBoard;
@@ -42,7 +44,8 @@ public:
     using Handler = std::function<bool(QWidget *)>;
     explicit DialogAnswerer(Handler handler, QObject *parent = nullptr);
     int answered() const { return m_answered; }
-    QStringList texts() const { return m_texts; } // texts of message boxes seen
+    QStringList texts() const { return m_texts; }   // texts of message boxes seen
+    QStringList titles() const { return m_titles; } // and their window titles
 
     static DialogAnswerer *messageBox(QMessageBox::StandardButton button, QObject *parent = nullptr);
     static DialogAnswerer *inputText(const QString &text, QObject *parent = nullptr);
@@ -56,6 +59,7 @@ private:
     QWidget *m_last = nullptr;
     int m_answered = 0;
     QStringList m_texts;
+    QStringList m_titles;
 };
 
 // Runs action once, from the event loop, as soon as pred() holds; it polls,
@@ -127,6 +131,11 @@ bool runProgram(const QString &program, const QStringList &args, const QString &
                 QByteArray *output = nullptr);
 // The project's Python with a script given as text, then args.
 bool runPython(const QString &script, const QStringList &args = QStringList(), QByteArray *output = nullptr);
+
+// True when icon draws the glyph of that name in the icon font, in color
+// (the font's default colours if invalid). A name missing from the font's
+// table still makes a non-null icon, so the drawings are compared.
+bool showsIcon(const QIcon &icon, const QString &name, const QColor &color = QColor());
 
 // Waits (serving events) until pred() holds or timeoutMs have passed.
 bool waitFor(const std::function<bool()> &pred, int timeoutMs);
