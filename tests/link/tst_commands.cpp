@@ -235,9 +235,7 @@ void tst_Commands::writeFails()
     VirtualBoard board;
     QVERIFY(board.start());
     MorvexWindow w;
-    windowAction(w, "actionMonitor_Only")->setChecked(true);
-    connectThroughPopup(w, board, 0);
-    QVERIFY(waitFor([&] { return !terminalText(w).isEmpty(); }, 5000));
+    QVERIFY(monitorBoard(w, board, 0));
     // The mode the operation needs already stands, so its first write is the one that fails.
     MorvexWindowProbe::mcState(w) = state;
     // The board ends without the window serving an event: the port still looks open.
@@ -279,9 +277,7 @@ void tst_Commands::abortWithoutBoard()
     VirtualBoard board;
     QVERIFY(board.start({QStringLiteral("--mute-after"), QStringLiteral("0")}));
     MorvexWindow w;
-    windowAction(w, "actionMonitor_Only")->setChecked(true);
-    connectThroughPopup(w, board, 0);
-    QVERIFY(waitFor([&] { return !terminalText(w).isEmpty(); }, 5000));
+    QVERIFY(monitorBoard(w, board, 0));
     MorvexWindowProbe::mcState(w) = MorvexWindow::MC_REPL;
     windowAction(w, "actionAbort")->trigger();
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Abort failed")));

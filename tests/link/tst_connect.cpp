@@ -151,9 +151,7 @@ void tst_Connect::rawReplEnterAndLeave()
     VirtualBoard board;
     QVERIFY(board.start());
     MorvexWindow w;
-    windowAction(w, "actionMonitor_Only")->setChecked(true);
-    connectThroughPopup(w, board, 0);
-    QVERIFY(waitFor([&] { return !terminalText(w).isEmpty(); }, 5000));
+    QVERIFY(monitorBoard(w, board, 0));
 
     QVERIFY(w.enterRawRepl());
     QCOMPARE(w.state(), MorvexWindow::MC_RAW);
@@ -230,9 +228,7 @@ void tst_Connect::portErrors()
     QFETCH(bool, fatal);
     QVERIFY(monitored.isRunning() || monitored.start());
     MorvexWindow w;
-    windowAction(w, "actionMonitor_Only")->setChecked(true);
-    connectThroughPopup(w, monitored, 0);
-    QVERIFY(waitFor([&] { return !terminalText(w).isEmpty(); }, 5000));
+    QVERIFY(monitorBoard(w, monitored, 0));
     const int before = syslogMessages(w).size();
     emit MorvexWindowProbe::port(w).errorOccurred(QSerialPort::SerialPortError(error));
     const QStringList said = fatal ? QStringList{"Fatal communication error", "Connection closed"} : QStringList();

@@ -58,9 +58,7 @@ void tst_Scripts::everyScriptLoads()
     QVERIFY(board.start({QStringLiteral("--family"), family}));
     MorvexWindow w;
     MorvexWindowProbe::mcType(w) = family == QLatin1String("esp32") ? MorvexWindow::MC_ESP32 : MorvexWindow::MC_STM32;
-    windowAction(w, "actionMonitor_Only")->setChecked(true);
-    connectThroughPopup(w, board, family == QLatin1String("esp32") ? 1 : 0);
-    QVERIFY(waitFor([&] { return !terminalText(w).isEmpty(); }, 5000));
+    QVERIFY(monitorBoard(w, board, family == QLatin1String("esp32") ? 1 : 0));
     QVERIFY(w.loadScript(QStringLiteral(":/data/%1.py").arg(script)));
     QCOMPARE(w.state(), MorvexWindow::MC_RAW);
     // Running the text only defines functions: no error may come back.

@@ -91,22 +91,6 @@ bool doubleClickRow(MorvexWindow &w, const QString &name)
     return true;
 }
 
-// Answers each message box with button and records its title.
-DialogAnswerer *answerBoxes(QMessageBox::StandardButton button, QStringList *titles)
-{
-    return new DialogAnswerer([button, titles](QWidget *widget) {
-        auto *box = qobject_cast<QMessageBox *>(widget);
-        if (!box)
-            return false;
-        *titles << box->windowTitle();
-        if (QAbstractButton *target = box->button(button))
-            target->click();
-        else
-            box->reject();
-        return true;
-    });
-}
-
 // The board has taken in the 0x01 that ends every download; what it received is complete.
 bool downloadEnded(const VirtualBoard &board)
 {
@@ -213,8 +197,7 @@ void tst_Editing::opensFrom()
     if (way == QLatin1String("double click edit"))
         QSettings().setValue(QStringLiteral("MC/ClickAction"), QStringLiteral("edit"));
 
-    QStringList titles;
-    QScopedPointer<DialogAnswerer> boxes(answerBoxes(QMessageBox::Ok, &titles));
+    QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
     if (way.startsWith(QLatin1String("double click"))) {
         QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, index));
     } else if (way == QLatin1String("menu")) {
@@ -237,7 +220,7 @@ void tst_Editing::opensFrom()
     if (!opens) {
         QVERIFY(editors.isEmpty());
         QCOMPARE(boxes->texts(), QStringList{QStringLiteral("Select a MC file to edit")});
-        QCOMPARE(titles, QStringList{QStringLiteral("Edit")});
+        QCOMPARE(boxes->titles(), QStringList{QStringLiteral("Edit")});
         return;
     }
     QCOMPARE(boxes->texts(), QStringList());
@@ -334,12 +317,11 @@ void tst_Editing::oneEditAtATime()
     QVERIFY(downloadEnded(board));
     const int before = board.received().size();
     {
-        QStringList titles;
-        QScopedPointer<DialogAnswerer> boxes(answerBoxes(QMessageBox::Ok, &titles));
+        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
         QVERIFY(doubleClickRow(w, QStringLiteral("b.txt")));
         windowAction(w, "actionNew_File")->trigger();
         QCOMPARE(boxes->texts(), (QStringList{alreadyEdited, alreadyEdited}));
-        QCOMPARE(titles, (QStringList{QStringLiteral("Edit"), QStringLiteral("New File")}));
+        QCOMPARE(boxes->titles(), (QStringList{QStringLiteral("Edit"), QStringLiteral("New File")}));
     }
     QCOMPARE(shownEditors(w), QList<CodeEditor *>{first});
     QCOMPARE(board.received().size(), before);
@@ -389,11 +371,10 @@ void tst_Editing::failedUpload()
         QMetaObject::invokeMethod(dialog, "accept", Qt::DirectConnection);
         return true;
     });
-    QStringList titles;
-    QScopedPointer<DialogAnswerer> boxes(answerBoxes(save ? QMessageBox::Yes : QMessageBox::No, &titles));
+    QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(save ? QMessageBox::Yes : QMessageBox::No));
     press(editor, "applyButton");
     QVERIFY(boxes->texts().contains(cannotUpload));
-    QCOMPARE(titles.value(boxes->texts().indexOf(cannotUpload)), QStringLiteral("Edit"));
+    QCOMPARE(boxes->titles().value(boxes->texts().indexOf(cannotUpload)), QStringLiteral("Edit"));
     QVERIFY(syslogMessages(w).filter(QStringLiteral("Finished uploading")).isEmpty());
     QCOMPARE(files.answered(), save ? 1 : 0);
     QCOMPARE(QFile::exists(localCopy), save);
@@ -473,14 +454,13 @@ void tst_Editing::newFileRefused()
     QVERIFY(s);
     MorvexWindow &w = *s->window;
     const int before = s->board.received().size();
-    QStringList titles;
-    QScopedPointer<DialogAnswerer> boxes(answerBoxes(QMessageBox::Ok, &titles));
+    QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
     QScopedPointer<DialogAnswerer> input(DialogAnswerer::inputText(name.isNull() ? QString() : name));
     windowAction(w, "actionNew_File")->trigger();
     QCOMPARE(input->answered(), 1);
     QCOMPARE(boxes->texts(), warning.isEmpty() ? QStringList() : QStringList{warning});
     if (!warning.isEmpty())
-        QCOMPARE(titles, QStringList{QStringLiteral("New File")});
+        QCOMPARE(boxes->titles(), QStringList{QStringLiteral("New File")});
     QCOMPARE(s->board.received().size(), before);
     QCOMPARE(shownEditors(w).size(), opens ? 1 : 0);
     if (opens) {

@@ -145,11 +145,13 @@ tst_Panes::Session *tst_Panes::menuSession()
         return session.get();
     session.reset(new Session);
     Session *s = session.get();
-    if (!writeLocalFile(s->local.filePath(QStringLiteral("run.py")), "print('ran here')\n")
-        || !writeLocalFile(s->local.filePath(QStringLiteral("up.txt")), "up") || !QDir(s->local.path()).mkdir("sub")
-        || !s->board.start() || !s->board.writeFile(QStringLiteral("down.txt"), "down")
-        || !s->board.writeFile(QStringLiteral("gone.txt"), "gone") || !s->board.writeFile(QStringLiteral("lib/a.py"), "a")
-        || !connectBoard(s->window, s->board, 0))
+    const bool ready = writeLocalFile(s->local.filePath(QStringLiteral("run.py")), "print('ran here')\n")
+                       && writeLocalFile(s->local.filePath(QStringLiteral("up.txt")), "up")
+                       && QDir(s->local.path()).mkdir(QStringLiteral("sub")) && s->board.start()
+                       && s->board.writeFile(QStringLiteral("down.txt"), "down")
+                       && s->board.writeFile(QStringLiteral("gone.txt"), "gone")
+                       && s->board.writeFile(QStringLiteral("lib/a.py"), "a") && connectBoard(s->window, s->board, 0);
+    if (!ready)
         return nullptr;
     s->window.setPcFolder(s->local.path());
     // Shown, so that the panes have their places on the screen.
@@ -161,10 +163,10 @@ tst_Panes::Session *tst_Panes::menuSession()
 
 void tst_Panes::menuEffects_data()
 {
-    QTest::addColumn<QString>("pane");   // "pc" or "board"
-    QTest::addColumn<QString>("name");   // the row's file or folder, or "" for the empty part of the pane
+    QTest::addColumn<QString>("pane"); // "pc" or "board"
+    QTest::addColumn<QString>("name"); // the row's file or folder, or "" for the empty part of the pane
     QTest::addColumn<int>("column");
-    QTest::addColumn<int>("entry");      // the data of the entry chosen; -1 when no menu may open
+    QTest::addColumn<int>("entry"); // the data of the entry chosen; -1 when no menu may open
 
     QTest::newRow("pc: Run on the MC") << "pc" << "run.py" << 0 << 0;
     QTest::newRow("pc: Upload, from the size column") << "pc" << "up.txt" << 1 << 1;
@@ -187,8 +189,7 @@ void tst_Panes::menuEffects()
     QVERIFY(s);
     MorvexWindow &w = s->window;
     const bool pc = pane == QLatin1String("pc");
-    QAbstractItemView *view = pc ? static_cast<QAbstractItemView *>(w.findChild<QTreeView *>(QStringLiteral("pcFileList")))
-                                 : w.findChild<QTableView *>(QStringLiteral("mcFileList"));
+    auto *view = w.findChild<QAbstractItemView *>(pc ? QStringLiteral("pcFileList") : QStringLiteral("mcFileList"));
     QModelIndex index;
     if (!name.isEmpty()) {
         index = pc ? MorvexWindowProbe::pcModel(w).index(s->local.filePath(name)) : boardRow(w, name);

@@ -180,6 +180,13 @@ void connectThroughPopup(MorvexWindow &window, const QString &port, int family, 
     window.findChild<QAction *>(QStringLiteral("actionConnect"))->trigger();
 }
 
+bool monitorBoard(MorvexWindow &window, const VirtualBoard &board, int family)
+{
+    window.findChild<QAction *>(QStringLiteral("actionMonitor_Only"))->setChecked(true);
+    connectThroughPopup(window, board, family);
+    return waitFor([&] { return !terminalText(window).isEmpty(); }, 5000);
+}
+
 bool connectBoard(MorvexWindow &window, const VirtualBoard &board, int family, int timeoutMs)
 {
     // Counted, so that a second connection to the same board waits for its own listing.

@@ -13,8 +13,8 @@
 #include <functional>
 
 class MorvexWindow;
-class QIcon;
 class QAction;
+class QIcon;
 class QModelIndex;
 class VirtualBoard;
 
@@ -90,6 +90,10 @@ void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int fa
 // The same for any port path, such as a pseudo-terminal of the test's own.
 void connectThroughPopup(MorvexWindow &window, const QString &port, int family,
                          const QString &baud = QStringLiteral("115200"));
+
+// Connects through the popup with Monitor Only: the port opens and nothing is
+// sent. True once the window has said so in the terminal.
+bool monitorBoard(MorvexWindow &window, const VirtualBoard &board, int family);
 
 // Connects through the popup and waits until the board is announced and its
 // start folder listed, which is the end of the first queryInfo.
