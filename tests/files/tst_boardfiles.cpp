@@ -89,7 +89,8 @@ void tst_BoardFiles::modelContract()
     QCOMPARE(model.index(3, 1).data().toString(), QStringLiteral("1.5kB"));
     QCOMPARE(model.index(4, 1).data().toString(), QString()); // size not a number: unknown
     QCOMPARE(model.flags(model.index(0, 0)), Qt::ItemIsEnabled);
-    QVERIFY(!model.index(0, 0).data(Qt::DecorationRole).value<QIcon>().isNull());
+    QVERIFY(showsIcon(model.index(0, 0).data(Qt::DecorationRole).value<QIcon>(), QStringLiteral("folder")));
+    QVERIFY(showsIcon(model.index(3, 0).data(Qt::DecorationRole).value<QIcon>(), QStringLiteral("insert_drive_file")));
     QCOMPARE(model.headerData(1, Qt::Horizontal).toString(), QStringLiteral("Size"));
     QVERIFY(!model.headerData(0, Qt::Vertical).isValid());
     model.setRootPath(QStringLiteral("/flash"));
