@@ -2,7 +2,8 @@
 # Start-up figures of Morvex against a bare Qt 5 main window, under a private
 # Xvfb: seconds from launch to the first drawn main window, and the resident
 # memory of the process and its children 5 s later. Prints each run, then the
-# medians and Morvex's excess over the bare window.
+# medians and Morvex's excess over the bare window, and over the bare window
+# without OpenGL ("bare-raster"), which Morvex does without too.
 # Usage: bench/startup.sh [RUNS] (5 by default; CI runs 1). Morvex is taken
 # from $MORVEX_BUILD_DIR (build/ by default) and built there if missing.
 set -euo pipefail
@@ -59,6 +60,7 @@ echo "load average: $(cut -d' ' -f1-3 /proc/loadavg)"
 for i in $(seq "$runs"); do
     # Alternated, so that a change of load falls on both alike.
     measure bare "$work/bare_window" | tee -a "$work/results"
+    measure bare-raster "$work/bare_window" --raster | tee -a "$work/results"
     measure morvex "$build/morvex" | tee -a "$work/results"
 done
 echo "load average: $(cut -d' ' -f1-3 /proc/loadavg)"
@@ -70,10 +72,19 @@ median() { # name column
     awk -v name="$1" -v col="$2" '$1 == name { print $col }' "$work/results" | sort -g \
         | awk '{ v[NR] = $1 } END { if (NR == 0) print "nan"; else if (NR % 2) print v[(NR + 1) / 2]; else print (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
 }
-bare_t="$(median bare 2)"; morvex_t="$(median morvex 2)"
-bare_m="$(median bare 3)"; morvex_m="$(median morvex 3)"
-awk -v bt="$bare_t" -v mt="$morvex_t" -v bm="$bare_m" -v mm="$morvex_m" -v n="$runs" 'BEGIN {
-    printf "medians of %d: first window  bare %.3f s  morvex %.3f s  difference %+.3f s\n", n, bt, mt, mt - bt
-    printf "medians of %d: memory 5 s on  bare %.1f MB  morvex %.1f MB  difference %+.1f MB\n", n, bm / 1024, mm / 1024, (mm - bm) / 1024
-}'
-[ "$(awk '$1 == "morvex"' "$work/results" | wc -l)" -eq "$runs" ] && [ "$(awk '$1 == "bare"' "$work/results" | wc -l)" -eq "$runs" ]
+for name in bare bare-raster morvex; do
+    printf '%s %s %s\n' "$name" "$(median "$name" 2)" "$(median "$name" 3)"
+done | awk -v n="$runs" '
+    { t[$1] = $2; m[$1] = $3 }
+    END {
+        printf "medians of %d runs:\n", n
+        printf "  %-12s %8s %10s\n", "", "window s", "memory MB"
+        split("bare bare-raster morvex", names, " ")
+        for (i = 1; i <= 3; ++i)
+            printf "  %-12s %8.3f %10.1f\n", names[i], t[names[i]], m[names[i]] / 1024
+        printf "  morvex - bare:        %+.3f s  %+.1f MB\n", t["morvex"] - t["bare"], (m["morvex"] - m["bare"]) / 1024
+        printf "  morvex - bare-raster: %+.3f s  %+.1f MB\n", t["morvex"] - t["bare-raster"], (m["morvex"] - m["bare-raster"]) / 1024
+    }'
+for name in bare bare-raster morvex; do
+    [ "$(awk -v name="$name" '$1 == name' "$work/results" | wc -l)" -eq "$runs" ] || { echo "$name: a run failed" >&2; exit 1; }
+done
