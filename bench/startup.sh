@@ -12,6 +12,7 @@ runs="${1:-5}"
 build="${MORVEX_BUILD_DIR:-$top/build}"
 settle=5
 
+"$top/scripts/setup.sh"
 if [ ! -x "$build/morvex" ]; then
     "$top/scripts/build.sh"
 fi
@@ -29,7 +30,6 @@ cc -O2 -Wall -Wextra -o "$work/firstpaint" "$top/bench/firstpaint.c" -lX11 -lXda
 g++ -O2 -fPIC -o "$work/bare_window" "$top/bench/bare_window.cpp" $(pkg-config --cflags --libs Qt5Widgets)
 
 # A display of our own, so that no other client or window manager takes part.
-exec 3<> <(:)
 Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp >"$work/xvfb.log" 2>&1 3>"$work/display" &
 xvfb=$!
 for _ in $(seq 100); do
@@ -51,14 +51,15 @@ measure() { # name program...
     shift
     local config="$work/config-$name-$RANDOM"
     mkdir -p "$config"
-    XDG_CONFIG_HOME="$config" "$work/firstpaint" "$settle" "$@" </dev/null 2>>"$work/errors.log" \
+    # A failed run prints nothing; the check at the end counts the runs.
+    { XDG_CONFIG_HOME="$config" "$work/firstpaint" "$settle" "$@" </dev/null 2>>"$work/errors.log" || true; } \
         | awk -v name="$name" '{ printf "%s %s %s\n", name, $1, $2 }'
 }
 
 echo "load average: $(cut -d' ' -f1-3 /proc/loadavg)"
 : >"$work/results"
-for i in $(seq "$runs"); do
-    # Alternated, so that a change of load falls on both alike.
+for _ in $(seq "$runs"); do
+    # Interleaved, so that a change of load falls on all alike.
     measure bare "$work/bare_window" | tee -a "$work/results"
     measure bare-raster "$work/bare_window" --raster | tee -a "$work/results"
     measure morvex "$build/morvex" | tee -a "$work/results"
