@@ -9,6 +9,7 @@ packages=(
     libquazip1-qt5-dev fonts-material-design-icons-iconfont
     xvfb xauth
     help2man dpkg-dev file lintian desktop-file-utils appstream
+    dconf-cli libxdamage-dev
 )
 
 missing=()
