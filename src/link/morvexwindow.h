@@ -88,12 +88,14 @@ public:
     // Where a wait's time limit counts from: its start, or the last byte received.
     enum class Deadline { FromStart, FromLastByte };
 
+    // The end of a piece in a state: the raw REPL's ">", else the line end.
+    static const QByteArray &pieceTerminator(MC_STATE state);
     void splitReplies(const QByteArray &terminator);
     bool transmit(const QByteArray &data);
     int transferChunkSize() const; // "MC/TransferSize", or 512 below 32
-    // Drops pieces from the front of rxQueue up to the first that starts with
+    // Drops pieces from the front of queue up to the first that starts with
     // lead, and takes that one; empty when the queue runs out first.
-    QByteArray takeReplyStartingWith(char lead);
+    static QByteArray takeReplyStartingWith(QList<QByteArray> &queue, char lead);
     bool exchange(const QByteArray &data, int timeoutMs);
     bool exchange(const QByteArray &data, int timeoutMs, const ReplyTest &answers);
     // Marks the reply items queued so far: a wait looks only at items queued after its mark.
@@ -127,6 +129,9 @@ public:
     // The board command stored under key; empty or absent means builtIn.
     QString boardCommand(const QString &key, const QString &builtIn) const;
     QHash<QString, QString> readUname();
+    // The uname line of a reply: the first piece that starts with "(" is read and
+    // taken, with the pieces before it; the rest stay in queue.
+    static QHash<QString, QString> takeUname(QList<QByteArray> &queue);
     void reportBoard();
     QByteArray boardHash(const QString &path);
     // After the reset line: whether the board refused it, as stock firmware does.
@@ -154,6 +159,8 @@ public:
     void changeBoardDir(QString path);
     static QString formatSize(int bytes);
     static QStringList parseListReply(const QString &text);
+    // The rows of a JSON listing reply; empty when it does not parse.
+    static QJsonArray listingRows(const QByteArray &reply);
 
     // morvexwindow_boardfs.cpp (src/files)
     bool removeBoardPath(const QString &path, bool isDir);

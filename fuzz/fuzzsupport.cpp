@@ -1,0 +1,58 @@
+#include "fuzzsupport.h"
+
+#include <QApplication>
+#include <QList>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <cstdlib>
+
+void fuzzApplication()
+{
+    if (QCoreApplication::instance())
+        return;
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_LOGGING_RULES", "qt.qpa.*=false");
+    // libFuzzer's own arguments are not for Qt.
+    static int argc = 1;
+    static char name[] = "morvex-fuzz";
+    static char *argv[] = {name, nullptr};
+    static QApplication application(argc, argv);
+
+    static QTemporaryDir store;
+    QStandardPaths::setTestModeEnabled(true);
+    qputenv("XDG_CONFIG_HOME", store.path().toLocal8Bit());
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, store.path());
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, store.path());
+    QCoreApplication::setOrganizationName(QStringLiteral("Halvorn."));
+    QCoreApplication::setApplicationName(QStringLiteral("Morvex"));
+}
+
+QByteArray fuzzBytes(const uint8_t *data, size_t size)
+{
+    return QByteArray::fromRawData(reinterpret_cast<const char *>(data), int(size));
+}
+
+QList<QByteArray> fuzzReplyPieces(const QByteArray &bytes)
+{
+    QList<QByteArray> pieces;
+    int from = 0;
+    while (from < bytes.size()) {
+        int end = bytes.indexOf("\r\n", from);
+        if (end < 0)
+            end = bytes.size();
+        if (end > from)
+            pieces.append(bytes.mid(from, end - from));
+        from = end + 2;
+    }
+    return pieces;
+}
+
+void fuzzFailed(const char *check, const char *file, int line)
+{
+    std::fprintf(stderr, "FUZZ_CHECK failed: %s at %s:%d\n", check, file, line);
+    std::abort();
+}
