@@ -12,7 +12,7 @@ namespace {
 // Drops what a colour sequence or a font tag may be made of.
 QString otherText(const QString &text)
 {
-    static const QString made = QStringLiteral("\x1b[;m0123456789</>= fontclrdgywbuahik");
+    static const QString made = QStringLiteral("\x1b[;m0123456789</>= fontclredgywbuahik");
     QString rest;
     for (const QChar c : text) {
         if (!made.contains(c))

@@ -20,7 +20,8 @@ void fuzzApplication()
     static int argc = 1;
     static char name[] = "morvex-fuzz";
     static char *argv[] = {name, nullptr};
-    static QApplication application(argc, argv);
+    // Never torn down: the fuzzers end by exit() inside a run.
+    new QApplication(argc, argv);
 
     static QTemporaryDir store;
     QStandardPaths::setTestModeEnabled(true);

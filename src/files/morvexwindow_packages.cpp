@@ -170,8 +170,9 @@ QHash<QString, QString> MorvexWindow::parsePaxRecords(const QByteArray &data)
             break;
         bool ok = false;
         const int length = data.mid(p, blank - p).toInt(&ok);
-        // A length that does not reach past its own blank would never move on.
-        if (!ok || p + length <= blank || p + length > data.size())
+        // A length that does not reach past its own blank would never move on;
+        // compared without adding to p, which a length near the maximum overflows.
+        if (!ok || length <= blank - p || length > data.size() - p)
             break;
         const QString text = QString::fromUtf8(data.mid(blank + 1, p + length - blank - 1));
         p += length;
