@@ -112,6 +112,9 @@ void tst_Packages::parsePaxRecords_data()
     QTest::newRow("a length past the end ends") << board + QByteArray("99 mod=flash\n") << QStringList{"board=PYBv1.1"};
     QTest::newRow("a length that is no number ends") << board + QByteArray("x3 mod=flash\n") + mod
                                                      << QStringList{"board=PYBv1.1"};
+    QTest::newRow("the largest length after a record ends") << board + QByteArray("2147483647 mod=flash\n")
+                                                           << QStringList{"board=PYBv1.1"};
+    QTest::newRow("a negative length ends") << board + QByteArray("-5 mod=flash\n") << QStringList{"board=PYBv1.1"};
     QTest::newRow("a zero length ends rather than stands still") << QByteArray("0 x\n") + mod << QStringList();
     QTest::newRow("a blank first ends") << ' ' + mod << QStringList();
     QTest::newRow("empty") << QByteArray() << QStringList();
