@@ -121,7 +121,7 @@ void MorvexWindow::uploadZfw(const QString &path)
     TarHeader header;
     // Any reader error ends the walk, also in mid-archive, and counts as the end of the package.
     while (tar_read_header(zfwArchive, &header) == TAR_ESUCCESS) {
-        const quint32 next = tar_tell(zfwArchive) + 512 + header.size + ((0u - header.size) & 511u);
+        const quint32 here = tar_tell(zfwArchive);
         const QString name = QString::fromLatin1(header.name);
         if (header.type == 0 || header.type == '0') {
             const int slash = name.lastIndexOf(QLatin1Char('/'));
@@ -151,7 +151,10 @@ void MorvexWindow::uploadZfw(const QString &path)
                             .arg(info.value(QStringLiteral("board")), info.value(QStringLiteral("mod")),
                                  info.value(QStringLiteral("comment"))));
         }
-        tar_seek(zfwArchive, next);
+        // tar_next refuses a member that reaches past 4 GiB, which would wrap round.
+        tar_seek(zfwArchive, here);
+        if (tar_next(zfwArchive) != TAR_ESUCCESS)
+            break;
     }
     logLine(tr("ZFW firmware pack uploaded!"));
     endZfw();
