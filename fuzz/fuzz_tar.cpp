@@ -1,9 +1,10 @@
 // The tar reader over an archive held in memory. The walk is that of a zfw
-// upload: each header, the data of file and pax members read whole, then on
-// to the next member. Every name met must then be found by tar_find, with
-// the header of its first member.
+// upload: each header, the data of file and pax members read as the upload
+// reads them, pax records parsed, then on to the next member. Every name met
+// must then be found by tar_find, with the header of its first member.
 #include "fuzzsupport.h"
 
+#include "morvexwindow.h"
 #include "tarreader.h"
 
 #include <cstring>
@@ -70,17 +71,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     Memory memory{data, uint32_t(size), 0};
     TarArchive archive{memoryRead, memoryWrite, memorySeek, memoryClose, &memory, 0, 0, 0};
 
-    // A member's data is read as the upload reads it; a buffer larger than the
-    // whole archive is never filled beyond it.
-    std::vector<char> buffer(size);
     std::vector<TarHeader> firsts;
     TarHeader header;
+    QByteArray member;
     while (tar_read_header(&archive, &header) == TAR_ESUCCESS) {
         checkText(header.name, sizeof header.name);
         checkText(header.linkname, sizeof header.linkname);
         const uint32_t here = tar_tell(&archive);
-        if (header.type == 0 || header.type == '0' || header.type == 'g')
-            tar_read_data(&archive, buffer.data(), header.size);
+        if (header.type == 0 || header.type == '0' || header.type == 'g') {
+            if (!MorvexWindow::readZfwMember(&archive, header, member))
+                break;
+            if (header.type == 'g')
+                MorvexWindow::parsePaxRecords(member);
+        }
         bool seen = false;
         for (const TarHeader &first : firsts)
             seen = seen || std::strcmp(first.name, header.name) == 0;

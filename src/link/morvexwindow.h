@@ -27,6 +27,7 @@ class QTextEdit;
 class QuaZip;
 class CodeEditor;
 struct TarArchive;
+struct TarHeader;
 struct MorvexWindowProbe;
 
 namespace Ui {
@@ -184,6 +185,9 @@ public:
     void uploadZPack(const QString &path);
     void uploadZfw(const QString &path);
     static QHash<QString, QString> parsePaxRecords(const QByteArray &data);
+    // The data of the member whose header was read last, as much as its size
+    // says; false for a member larger than a board could hold.
+    static bool readZfwMember(TarArchive *archive, const TarHeader &header, QByteArray &data);
 
     // morvexwindow_sync.cpp (src/files)
     static QStringList collectLocalFiles(const QString &base, const QString &rel, bool recursive);
