@@ -1,10 +1,9 @@
 #include "fuzzsupport.h"
 
+#include "testsupport.h"
+
 #include <QApplication>
 #include <QList>
-#include <QSettings>
-#include <QStandardPaths>
-#include <QTemporaryDir>
 
 #include <cstdio>
 #include <cstdlib>
@@ -22,14 +21,7 @@ void fuzzApplication()
     static char *argv[] = {name, nullptr};
     // Never torn down: the fuzzers end by exit() inside a run.
     new QApplication(argc, argv);
-
-    static QTemporaryDir store;
-    QStandardPaths::setTestModeEnabled(true);
-    qputenv("XDG_CONFIG_HOME", store.path().toLocal8Bit());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, store.path());
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, store.path());
-    QCoreApplication::setOrganizationName(QStringLiteral("Halvorn."));
-    QCoreApplication::setApplicationName(QStringLiteral("Morvex"));
+    static SettingsSandbox sandbox;
 }
 
 QByteArray fuzzBytes(const uint8_t *data, size_t size)
