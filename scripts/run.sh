@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, starts a virtual MicroPython board and
-# launches Morvex with the board's port in its port list.
+# Installs what is missing, builds, starts a virtual MicroPython board with
+# the files of a new board, and launches Morvex on a settings store of the
+# demo's own (tools/demo/setup.py), in which the connection popup offers the
+# virtual board and the PC pane opens at an example project.
 set -euo pipefail
 top="$(cd "$(dirname "$0")/.." && pwd)"
 "$top/scripts/setup.sh"
@@ -11,10 +13,13 @@ fi
 "$top/scripts/build.sh"
 
 work="$(mktemp -d)"
-python3 "$top/tools/virtual_board.py" --fs "$work/fs" --link "$work/ttyMC0" --family "${MORVEX_BOARD_FAMILY:-stm32}" \
+board=""
+trap '[ -n "$board" ] && kill $board 2>/dev/null && wait $board 2>/dev/null; rm -rf "$work"' EXIT
+family="${MORVEX_BOARD_FAMILY:-stm32}"
+python3 "$top/tools/demo/setup.py" "$work" --family "$family" --port "$work/ttyMC0" --desktop-settings
+python3 "$top/tools/virtual_board.py" --fs "$work/fs" --link "$work/ttyMC0" --family "$family" \
     >"$work/board.out" 2>"$work/board.err" &
 board=$!
-trap 'kill $board 2>/dev/null; wait $board 2>/dev/null; rm -rf "$work"' EXIT
 
 for _ in $(seq 100); do
     [ -s "$work/board.out" ] && break
@@ -26,5 +31,7 @@ if [ -z "$port" ]; then
     cat "$work/board.err" >&2
     exit 1
 fi
-echo "Virtual board on $port (choose it in the connection popup)"
-MORVEX_EXTRA_PORTS="$port${MORVEX_EXTRA_PORTS:+:$MORVEX_EXTRA_PORTS}" "$top/build/morvex" "$@"
+echo "Virtual board on $port: press Connect, then the tick"
+echo "Example project in $work/project"
+XDG_CONFIG_HOME="$work/config" MORVEX_EXTRA_PORTS="$port${MORVEX_EXTRA_PORTS:+:$MORVEX_EXTRA_PORTS}" \
+    "$top/build/morvex" "$@"

@@ -10,6 +10,7 @@ packages=(
     xvfb xauth
     clang libclang-rt-14-dev
     help2man dpkg-dev file lintian desktop-file-utils appstream
+    dconf-cli libxdamage-dev
 )
 
 missing=()

@@ -12,6 +12,9 @@
 
 int main(int argc, char *argv[])
 {
+    // No widget of the program draws with OpenGL; a window that might would
+    // have the platform load the whole GL driver before it can show.
+    QCoreApplication::setAttribute(Qt::AA_ForceRasterWidgets);
     QApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Halvorn."));
     QCoreApplication::setApplicationName(QStringLiteral("Morvex"));

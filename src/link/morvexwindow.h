@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mcdirmodel.h"
+#include "pcfileicons.h"
 
 #include <QByteArray>
 #include <QFileSystemModel>
@@ -313,6 +314,7 @@ private:
     QString logTimeColor;
     Ui::MorvexWindow *ui;
     MVUpdater *updater = nullptr;
+    PcFileIcons pcIcons; // outlives pcModel, whose gatherer thread asks it
     QFileSystemModel pcModel;
     MCDirModel mcModel;
     QSerialPort port;

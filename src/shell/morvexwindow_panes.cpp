@@ -22,6 +22,7 @@ QAction *addMenuEntry(QMenu *menu, int data, const QString &text, const char *ic
 void MorvexWindow::setupPanes()
 {
     pcModel.setReadOnly(true);
+    pcModel.setIconProvider(&pcIcons);
     ui->mcFileList->setModel(&mcModel);
     ui->mcFileList->horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
     ui->mcFileList->setShowGrid(false);

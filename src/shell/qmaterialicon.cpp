@@ -8,19 +8,38 @@
 #include <QFontDatabase>
 #include <QGuiApplication>
 
-QHash<QString, unsigned int> readCodepoints(QIODevice &device)
+#include <cstring>
+
+bool lookupCodepoint(const QByteArray &table, const QByteArray &name, unsigned int *code)
 {
-    QHash<QString, unsigned int> codes;
-    for (;;) {
-        // A blank line still holds its line end; only the end of the file reads empty.
-        const QByteArray line = device.readLine();
-        if (line.isEmpty())
-            break;
-        const QStringList parts = QString::fromUtf8(line).trimmed().split(QLatin1Char(' '), Qt::SkipEmptyParts);
-        if (parts.size() == 2)
-            codes.insert(parts.at(0), parts.at(1).toUInt(nullptr, 16));
+    const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    const int n = name.size();
+    bool found = false;
+    const char *p = table.constData();
+    const char *const end = p + table.size();
+    while (p < end) {
+        const char *eol = static_cast<const char *>(memchr(p, '\n', size_t(end - p)));
+        const char *s = p;
+        const char *e = eol ? eol : end;
+        p = eol ? eol + 1 : end;
+        while (s < e && isSpace(*s))
+            ++s;
+        while (e > s && isSpace(e[-1]))
+            --e;
+        // Most lines are rejected here, without being split.
+        if (n == 0 || e - s <= n || memcmp(s, name.constData(), size_t(n)) != 0 || s[n] != ' ')
+            continue;
+        const char *value = s + n;
+        while (*value == ' ')
+            ++value;
+        const char *valueEnd = static_cast<const char *>(memchr(value, ' ', size_t(e - value)));
+        if (valueEnd)
+            continue; // more than two fields
+        // A later line of the same name wins, so the scan goes on to the end.
+        *code = QByteArray::fromRawData(value, int(e - value)).toUInt(nullptr, 16);
+        found = true;
     }
-    return codes;
+    return found;
 }
 
 QMaterialIcon *QMaterialIcon::instance()
@@ -37,11 +56,12 @@ QMaterialIcon::QMaterialIcon()
         return;
     fontFamilies = QFontDatabase::applicationFontFamilies(fontId);
 
-    QFile table(QStringLiteral(":/qtmf/src_v48/codepoints"));
-    if (!table.open(QIODevice::ReadOnly))
+    // Kept as it is: a window needs a few dozen of its names, looked up when asked for.
+    QFile file(QStringLiteral(":/qtmf/src_v48/codepoints"));
+    if (!file.open(QIODevice::ReadOnly))
         return;
-    codes = readCodepoints(table);
-    table.close();
+    table = file.readAll();
+    file.close();
 }
 
 QMaterialIcon::~QMaterialIcon()
@@ -55,7 +75,12 @@ QMaterialIcon::~QMaterialIcon()
 
 QChar QMaterialIcon::codepoint(const QString &name, bool *ok) const
 {
-    const auto it = codes.constFind(name);
+    auto it = codes.constFind(name);
+    if (it == codes.constEnd()) {
+        unsigned int code = 0;
+        if (lookupCodepoint(table, name.toUtf8(), &code))
+            it = codes.insert(name, code);
+    }
     if (ok)
         *ok = it != codes.constEnd();
     if (it == codes.constEnd())

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QColor>
 #include <QHash>
 #include <QIcon>
@@ -31,7 +32,8 @@ private:
 
     int fontId = -1;
     QStringList fontFamilies;
-    QHash<QString, unsigned int> codes;
+    QByteArray table;                             // the name table as read
+    mutable QHash<QString, unsigned int> codes;   // names looked up so far
     QColor baseColor = Qt::black;
     QColor activeColor;
 };

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <QHash>
-#include <QString>
+#include <QByteArray>
 
-class QIODevice;
-
-// Reads the icon font's name table, one "name hexcode" a line; lines of any
-// other shape are skipped and a repeated name keeps its last code.
-QHash<QString, unsigned int> readCodepoints(QIODevice &device);
+// Looks a name up in the icon font's name table, one "name hexcode" a line;
+// lines of any other shape are skipped and a repeated name takes its last
+// code. False if no line names it.
+bool lookupCodepoint(const QByteArray &table, const QByteArray &name, unsigned int *code);

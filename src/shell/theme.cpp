@@ -8,11 +8,10 @@
 #include <QDir>
 #include <QFile>
 #include <QPalette>
-#include <QProcess>
 #include <QSettings>
-#include <QStandardPaths>
 #include <QStyle>
 #include <QStyleFactory>
+#include <QtEndian>
 
 namespace {
 
@@ -134,26 +133,77 @@ bool desktopPrefersDark(const QProcessEnvironment &env, const std::function<QStr
 
 QString gnomeColorScheme(const QProcessEnvironment &env)
 {
-    const QStringList path = env.value(QStringLiteral("PATH")).split(QLatin1Char(':'), Qt::SkipEmptyParts);
-    const QString gsettings = QStandardPaths::findExecutable(QStringLiteral("gsettings"), path);
-    if (gsettings.isEmpty())
+    // The database that gsettings itself reads; asking gsettings would cost a
+    // process, and a session bus launched for it, at every start.
+    QFile file(configHome(env) + QStringLiteral("/dconf/user"));
+    if (!file.open(QIODevice::ReadOnly))
         return QString();
+    return QString::fromUtf8(
+        dconfStringValue(file.readAll(), QByteArrayLiteral("/org/gnome/desktop/interface/color-scheme")));
+}
 
-    QProcess process;
-    process.setProcessEnvironment(env);
-    process.start(gsettings, {QStringLiteral("get"), QStringLiteral("org.gnome.desktop.interface"),
-                              QStringLiteral("color-scheme")});
-    // Start-up must not hang on a desktop service that does not answer.
-    if (!process.waitForFinished(500)) {
-        process.kill();
-        process.waitForFinished(100);
-        return QString();
+QByteArray dconfStringValue(const QByteArray &db, const QByteArray &key)
+{
+    // A GVDB file, little-endian: "GVariant", version, options, the root hash
+    // table's start and end; the table: bloom word count, bucket count, bloom
+    // words, buckets, then items of 24 bytes.
+    const auto u32 = [&db](qint64 at) -> quint32 {
+        if (at < 0 || at + 4 > db.size())
+            return 0;
+        return qFromLittleEndian<quint32>(db.constData() + at);
+    };
+    if (db.size() < 24 || !db.startsWith("GVariant"))
+        return QByteArray();
+    const quint32 start = u32(16);
+    const quint32 end = u32(20);
+    if (start > end || end > quint32(db.size()) || end - start < 8)
+        return QByteArray();
+    const quint32 bloomWords = u32(start) & ((1u << 27) - 1);
+    const quint32 buckets = u32(start + 4);
+    const quint64 itemsStart = quint64(start) + 8 + 4 * (quint64(bloomWords) + buckets);
+    if (itemsStart > end)
+        return QByteArray();
+    const quint32 count = quint32((end - itemsStart) / 24);
+
+    struct Item {
+        quint32 parent;
+        quint32 keyStart;
+        quint16 keySize;
+        char type;
+        quint32 valueStart;
+        quint32 valueEnd;
+    };
+    const auto item = [&](quint32 i) {
+        const qint64 at = qint64(itemsStart) + qint64(i) * 24;
+        return Item{u32(at + 4), u32(at + 8), qFromLittleEndian<quint16>(db.constData() + at + 12),
+                    db.at(at + 14), u32(at + 16), u32(at + 20)};
+    };
+    // An item's key is the tail after its parent's; the whole key is the chain.
+    const auto fullKey = [&](quint32 i) {
+        QByteArray whole;
+        for (int depth = 0; i < count && depth < 64; ++depth) {
+            const Item it = item(i);
+            if (quint64(it.keyStart) + it.keySize > quint64(db.size()))
+                return QByteArray();
+            whole.prepend(db.constData() + it.keyStart, it.keySize);
+            i = it.parent;
+        }
+        return whole;
+    };
+    for (quint32 i = 0; i < count; ++i) {
+        const Item it = item(i);
+        if (it.type != 'v' || fullKey(i) != key)
+            continue;
+        if (it.valueStart > it.valueEnd || it.valueEnd > quint32(db.size()))
+            return QByteArray();
+        // A serialised variant: the value, a zero byte, the value's type.
+        const QByteArray variant = db.mid(int(it.valueStart), int(it.valueEnd - it.valueStart));
+        const int separator = variant.lastIndexOf('\0');
+        if (separator < 1 || variant.mid(separator + 1) != "s" || variant.at(separator - 1) != '\0')
+            return QByteArray();
+        return variant.left(separator - 1);
     }
-    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-        return QString();
-    QString scheme = QString::fromUtf8(process.readAllStandardOutput()).trimmed();
-    scheme.remove(QLatin1Char('\''));
-    return scheme;
+    return QByteArray();
 }
 
 void resetThemeDetection()

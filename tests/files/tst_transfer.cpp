@@ -88,9 +88,13 @@ void tst_Transfer::roundTrip_data()
     QTest::addColumn<int>("size");
     QTest::addColumn<int>("chunk");
 
+    // Every size at the default chunk; the others once, past several chunks. The
+    // delivery-mode suite goes through every size at every chunk.
     for (int family : {0, 1}) {
         for (int chunk : {32, 512, 1024}) {
             for (int size : {0, 1, 255, 256, 257, 3000, 65536}) {
+                if (chunk != 512 && size != 3000)
+                    continue;
                 const QByteArray name = QStringLiteral("%1 %2 bytes chunk %3")
                                             .arg(family ? QStringLiteral("esp32") : QStringLiteral("stm32"))
                                             .arg(size)

@@ -404,6 +404,9 @@ void tst_DeliveryModes::roundTrip_data()
     for (const auto &mode : modes) {
         for (int chunk : {32, 512, 1024}) {
             for (int size : {0, 1, 255, 256, 257, 3000, 65536}) {
+                // At the line rate a 64 KiB file takes a quarter of a minute each way: once is enough there.
+                if (size == 65536 && chunk != 512 && mode.first != QLatin1String("random"))
+                    continue;
                 QTest::addRow("%s %s %d bytes chunk %d", qPrintable(mode.first), mode.second ? "esp32" : "stm32",
                               size, chunk)
                     << mode.first << mode.second << size << chunk;
@@ -545,6 +548,8 @@ void tst_DeliveryModes::soak_data()
 void tst_DeliveryModes::soak()
 {
     // Operations in random order, each checked against the board's file system.
+    if (qEnvironmentVariableIsSet("MORVEX_SOAK_APART"))
+        QSKIP("the soak runs as a test of its own");
     QFETCH(int, first);
     if (!soakState) {
         soakState.reset(new SoakState);

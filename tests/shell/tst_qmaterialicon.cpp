@@ -3,7 +3,6 @@
 #include "qmaterialicon_p.h"
 
 #include <QApplication>
-#include <QBuffer>
 #include <QPainter>
 #include <QtTest>
 
@@ -79,23 +78,36 @@ void TestQMaterialIcon::codepointLookup()
 void TestQMaterialIcon::tableParser_data()
 {
     QTest::addColumn<QByteArray>("table");
-    QTest::addColumn<Codes>("codes");
+    QTest::addColumn<Codes>("codes"); // every name the table gives, with its code
+    QTest::addColumn<QStringList>("absent");
 
     QTest::newRow("blank lines and no final line end")
-        << QByteArray("alarm e855\n\n  \n add   e145 ") << Codes{{"alarm", 0xe855}, {"add", 0xe145}};
-    QTest::newRow("CRLF, tab is no separator") << QByteArray("alarm e855\r\nadd\te145\r\n") << Codes{{"alarm", 0xe855}};
-    QTest::newRow("more than two fields skipped") << QByteArray("alarm e855 x\nadd e145\n") << Codes{{"add", 0xe145}};
-    QTest::newRow("later line wins") << QByteArray("alarm e855\nalarm E856\n") << Codes{{"alarm", 0xe856}};
+        << QByteArray("alarm e855\n\n  \n add   e145 ") << Codes{{"alarm", 0xe855}, {"add", 0xe145}} << QStringList{""};
+    QTest::newRow("CRLF, tab is no separator")
+        << QByteArray("alarm e855\r\nadd\te145\r\n") << Codes{{"alarm", 0xe855}} << QStringList{"add", "add\te145"};
+    QTest::newRow("more than two fields skipped")
+        << QByteArray("alarm e855 x\nadd e145\n") << Codes{{"add", 0xe145}} << QStringList{"alarm"};
+    QTest::newRow("later line wins") << QByteArray("alarm e855\nalarm E856\n") << Codes{{"alarm", 0xe856}} << QStringList();
+    QTest::newRow("prefix is no match") << QByteArray("alarm_add e856\nalarm e855\n")
+                                        << Codes{{"alarm_add", 0xe856}, {"alarm", 0xe855}} << QStringList{"alar", "alarm_"};
+    QTest::newRow("unreadable code reads 0") << QByteArray("alarm zz\n") << Codes{{"alarm", 0}} << QStringList();
 }
 
 void TestQMaterialIcon::tableParser()
 {
     QFETCH(QByteArray, table);
     QFETCH(Codes, codes);
+    QFETCH(QStringList, absent);
 
-    QBuffer buffer(&table);
-    QVERIFY(buffer.open(QIODevice::ReadOnly));
-    QCOMPARE(readCodepoints(buffer), codes);
+    for (auto it = codes.cbegin(); it != codes.cend(); ++it) {
+        unsigned int code = 1;
+        QVERIFY2(lookupCodepoint(table, it.key().toUtf8(), &code), qPrintable(it.key()));
+        QCOMPARE(code, it.value());
+    }
+    for (const QString &name : absent) {
+        unsigned int code = 1;
+        QVERIFY2(!lookupCodepoint(table, name.toUtf8(), &code), qPrintable(name));
+    }
 }
 
 void TestQMaterialIcon::glyphPixelSize_data()

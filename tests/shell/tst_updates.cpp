@@ -283,10 +283,13 @@ void tst_Updates::automaticCheck()
 
     QVERIFY(finished.wait(FeedUpdater::startDelayMs + 10000));
     QCOMPARE(server.connections(), 1);
-    QCOMPARE(visibleMessageBox(), dialog);
     if (dialog) {
         QVERIFY(waitFor([&] { return boxes.answerer->answered() == 1; }, 5000));
         QCOMPARE(boxes.texts(), QStringList{newer("0.3.0", "https://halvorn.works/n")});
+    } else {
+        // A box shown is either still there or already answered.
+        QVERIFY(!visibleMessageBox());
+        QCOMPARE(boxes.answerer->answered(), 0);
     }
     // The check is booked, and the next one is a whole interval away.
     QVERIFY(QSettings().value(FeedUpdater::lastCheckKey).toDateTime() >= now.addSecs(-1));

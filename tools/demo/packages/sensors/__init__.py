@@ -1,0 +1,1 @@
+# Installed by sensors.zfw: readings of the board's own sensors.
