@@ -131,6 +131,25 @@ CodeEditor::Type CodeEditor::detectType(const QString &name, const QString &text
     return current;
 }
 
+QStyleSyntaxHighlighter *CodeEditor::createHighlighter(Type type)
+{
+    switch (type) {
+    case Python:
+        return new QPythonHighlighter;
+    case CXX_Source:
+    case CXX_Header:
+        return new QCXXHighlighter;
+    case XML:
+    case HTML:
+        return new QXMLHighlighter;
+    case JSON:
+        return new QJSONHighlighter;
+    case Other:
+        break;
+    }
+    return nullptr;
+}
+
 bool CodeEditor::setContent(const QString &name, const QByteArray &data)
 {
     setWindowTitle(name);
@@ -162,25 +181,9 @@ bool CodeEditor::setContent(const QString &name, const QByteArray &data)
     ui->editor->setPlainText(QString::fromUtf8(nul < 0 ? data : data.left(nul)));
     type = detectType(name, ui->editor->toPlainText(), data, type);
 
-    switch (type) {
-    case Python:
-        highlighter = new QPythonHighlighter;
+    highlighter = createHighlighter(type);
+    if (type == Python)
         completer = new QPythonCompleter(this);
-        break;
-    case CXX_Source:
-    case CXX_Header:
-        highlighter = new QCXXHighlighter;
-        break;
-    case XML:
-    case HTML:
-        highlighter = new QXMLHighlighter;
-        break;
-    case JSON:
-        highlighter = new QJSONHighlighter;
-        break;
-    case Other:
-        break;
-    }
     if (highlighter)
         highlighter->setParent(this);
     if (completer)

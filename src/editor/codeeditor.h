@@ -42,6 +42,8 @@ public:
     static QString hexPreview(const QByteArray &data);
     // The type by name, then by content; current when nothing decides.
     static Type detectType(const QString &name, const QString &text, const QByteArray &data, Type current);
+    // The highlighter of a type, with no document and no owner; null for Other.
+    static QStyleSyntaxHighlighter *createHighlighter(Type type);
 
     QString rootPath; // where "Save As" starts
 

@@ -21,7 +21,7 @@ bool MorvexWindow::removeBoardPath(const QString &path, bool isDir)
     const auto result = [](const QByteArray &item) { return item.startsWith('#') || endsRawCommand(item); };
     if (!exchange(call.toLatin1() + CTRL_D, 5000, result))
         return false;
-    QByteArray reply = takeReplyStartingWith('#');
+    QByteArray reply = takeReplyStartingWith(rxQueue, '#');
     if (reply.startsWith("#0")) {
         logLine(tr("%1 removed").arg(path));
         return true;

@@ -56,12 +56,17 @@ QJsonArray MorvexWindow::listBoard(QString path, MorvexWindow::MC_LIST mode)
     if (!exchange(command.toLatin1() + EOL, 5000))
         return QJsonArray();
     // The echo of the command comes first; the reply is the JSON line.
-    const QByteArray reply = takeReplyStartingWith('[');
+    const QByteArray reply = takeReplyStartingWith(rxQueue, '[');
     if (reply.isEmpty()) {
         logLine(tr("Cannot list files - invalid reply"));
         return QJsonArray();
     }
     processQueue();
+    return listingRows(reply);
+}
+
+QJsonArray MorvexWindow::listingRows(const QByteArray &reply)
+{
     return QJsonDocument::fromJson(reply).array();
 }
 

@@ -111,19 +111,16 @@ void MorvexWindow::uploadZfw(const QString &path)
         dirs.insert(dir);
         return makeBoardDirs(dir);
     };
-    const auto readMember = [this](const TarHeader &header) {
-        QByteArray data(int(qMin<quint32>(header.size, INT_MAX)), '\0');
-        // A truncated member is not noticed: what is missing stays zero.
-        tar_read_data(zfwArchive, data.data(), quint32(data.size()));
-        return data;
-    };
+    QByteArray data;
 
     TarHeader header;
     // Any reader error ends the walk, also in mid-archive, and counts as the end of the package.
     while (tar_read_header(zfwArchive, &header) == TAR_ESUCCESS) {
-        const quint32 next = tar_tell(zfwArchive) + 512 + header.size + ((0u - header.size) & 511u);
+        const quint32 here = tar_tell(zfwArchive);
         const QString name = QString::fromLatin1(header.name);
         if (header.type == 0 || header.type == '0') {
+            if (!readZfwMember(zfwArchive, header, data))
+                break;
             const int slash = name.lastIndexOf(QLatin1Char('/'));
             // A lone leading "/" names no directory.
             if (slash > 0 && !makeDirOnce(name.left(slash))) {
@@ -131,7 +128,6 @@ void MorvexWindow::uploadZfw(const QString &path)
                 return;
             }
             logLine(tr("Uploading %1").arg(name));
-            QByteArray data = readMember(header);
             QBuffer source(&data);
             source.open(QIODevice::ReadOnly);
             if (!uploadData(source, name)) {
@@ -145,17 +141,36 @@ void MorvexWindow::uploadZfw(const QString &path)
             }
         } else if (header.type == 'g') {
             // What the package says about its board is told, not enforced.
-            const QHash<QString, QString> info = parsePaxRecords(readMember(header));
+            if (!readZfwMember(zfwArchive, header, data))
+                break;
+            const QHash<QString, QString> info = parsePaxRecords(data);
             if (info.contains(QStringLiteral("board")) && info.contains(QStringLiteral("mod")))
                 logLine(tr("ZFW firmware package is for %1/%2 (%3)")
                             .arg(info.value(QStringLiteral("board")), info.value(QStringLiteral("mod")),
                                  info.value(QStringLiteral("comment"))));
         }
-        tar_seek(zfwArchive, next);
+        // tar_next refuses a member that reaches past 4 GiB, which would wrap round.
+        tar_seek(zfwArchive, here);
+        if (tar_next(zfwArchive) != TAR_ESUCCESS)
+            break;
     }
     logLine(tr("ZFW firmware pack uploaded!"));
     endZfw();
     changeBoardDir(mcModel.rootPath);
+}
+
+bool MorvexWindow::readZfwMember(TarArchive *archive, const TarHeader &header, QByteArray &data)
+{
+    // No board of these families holds a file this large. A header that claims
+    // more is broken, and its zero-filled buffer could not even be had: a
+    // byte array holds less than 2 GiB.
+    constexpr quint32 largestMember = 64 * 1024 * 1024;
+    if (header.size > largestMember)
+        return false;
+    data = QByteArray(int(header.size), '\0');
+    // A truncated member is not noticed: what is missing stays zero.
+    tar_read_data(archive, data.data(), quint32(data.size()));
+    return true;
 }
 
 QHash<QString, QString> MorvexWindow::parsePaxRecords(const QByteArray &data)
@@ -170,8 +185,9 @@ QHash<QString, QString> MorvexWindow::parsePaxRecords(const QByteArray &data)
             break;
         bool ok = false;
         const int length = data.mid(p, blank - p).toInt(&ok);
-        // A length that does not reach past its own blank would never move on.
-        if (!ok || p + length <= blank || p + length > data.size())
+        // A length that does not reach past its own blank would never move on;
+        // compared without adding to p, which a length near the maximum overflows.
+        if (!ok || length <= blank - p || length > data.size() - p)
             break;
         const QString text = QString::fromUtf8(data.mid(blank + 1, p + length - blank - 1));
         p += length;

@@ -231,7 +231,12 @@ int tar_next(TarArchive *archive)
     if (error)
         return error;
     const uint32_t padding = (0u - header.size) & (RecordSize - 1);
-    return tar_seek(archive, archive->pos + RecordSize + header.size + padding);
+    const uint64_t next = uint64_t(archive->pos) + RecordSize + header.size + padding;
+    // A position past 4 GiB would wrap round to this header or one before it,
+    // and a walk would never end.
+    if (next > UINT32_MAX)
+        return TAR_ESEEKFAIL;
+    return tar_seek(archive, uint32_t(next));
 }
 
 int tar_find(TarArchive *archive, const char *name, TarHeader *header)

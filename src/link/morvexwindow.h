@@ -28,6 +28,7 @@ class QTextEdit;
 class QuaZip;
 class CodeEditor;
 struct TarArchive;
+struct TarHeader;
 struct MorvexWindowProbe;
 
 namespace Ui {
@@ -89,12 +90,14 @@ public:
     // Where a wait's time limit counts from: its start, or the last byte received.
     enum class Deadline { FromStart, FromLastByte };
 
+    // The end of a piece in a state: the raw REPL's ">", else the line end.
+    static const QByteArray &pieceTerminator(MC_STATE state);
     void splitReplies(const QByteArray &terminator);
     bool transmit(const QByteArray &data);
     int transferChunkSize() const; // "MC/TransferSize", or 512 below 32
-    // Drops pieces from the front of rxQueue up to the first that starts with
+    // Drops pieces from the front of queue up to the first that starts with
     // lead, and takes that one; empty when the queue runs out first.
-    QByteArray takeReplyStartingWith(char lead);
+    static QByteArray takeReplyStartingWith(QList<QByteArray> &queue, char lead);
     bool exchange(const QByteArray &data, int timeoutMs);
     bool exchange(const QByteArray &data, int timeoutMs, const ReplyTest &answers);
     // Marks the reply items queued so far: a wait looks only at items queued after its mark.
@@ -128,6 +131,9 @@ public:
     // The board command stored under key; empty or absent means builtIn.
     QString boardCommand(const QString &key, const QString &builtIn) const;
     QHash<QString, QString> readUname();
+    // The uname line of a reply: the first piece that starts with "(" is read and
+    // taken, with the pieces before it; the rest stay in queue.
+    static QHash<QString, QString> takeUname(QList<QByteArray> &queue);
     void reportBoard();
     QByteArray boardHash(const QString &path);
     // After the reset line: whether the board refused it, as stock firmware does.
@@ -155,6 +161,8 @@ public:
     void changeBoardDir(QString path);
     static QString formatSize(int bytes);
     static QStringList parseListReply(const QString &text);
+    // The rows of a JSON listing reply; empty when it does not parse.
+    static QJsonArray listingRows(const QByteArray &reply);
 
     // morvexwindow_boardfs.cpp (src/files)
     bool removeBoardPath(const QString &path, bool isDir);
@@ -178,6 +186,9 @@ public:
     void uploadZPack(const QString &path);
     void uploadZfw(const QString &path);
     static QHash<QString, QString> parsePaxRecords(const QByteArray &data);
+    // The data of the member whose header was read last, as much as its size
+    // says; false for a member larger than a board could hold.
+    static bool readZfwMember(TarArchive *archive, const TarHeader &header, QByteArray &data);
 
     // morvexwindow_sync.cpp (src/files)
     static QStringList collectLocalFiles(const QString &base, const QString &rel, bool recursive);

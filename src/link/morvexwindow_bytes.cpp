@@ -11,19 +11,15 @@ void MorvexWindow::io_ready()
     if (!port.isOpen())
         return;
     rxBuffer.append(port.readAll());
-    switch (mcState) {
-    case MC_UNKNOWN:
-    case MC_RUNNING:
-        splitReplies(EOL);
+    splitReplies(pieceTerminator(mcState));
+    // What the board prints by itself is shown at once; replies wait for their taker.
+    if (mcState == MC_UNKNOWN || mcState == MC_RUNNING)
         processQueue();
-        break;
-    case MC_REPL:
-        splitReplies(EOL);
-        break;
-    case MC_RAW:
-        splitReplies(RAW_PROMPT);
-        break;
-    }
+}
+
+const QByteArray &MorvexWindow::pieceTerminator(MC_STATE state)
+{
+    return state == MC_RAW ? RAW_PROMPT : EOL;
 }
 
 void MorvexWindow::splitReplies(const QByteArray &terminator)
@@ -69,10 +65,10 @@ void MorvexWindow::processQueue()
     }
 }
 
-QByteArray MorvexWindow::takeReplyStartingWith(char lead)
+QByteArray MorvexWindow::takeReplyStartingWith(QList<QByteArray> &queue, char lead)
 {
-    while (!rxQueue.isEmpty()) {
-        const QByteArray piece = rxQueue.takeFirst();
+    while (!queue.isEmpty()) {
+        const QByteArray piece = queue.takeFirst();
         if (piece.startsWith(lead))
             return piece;
     }

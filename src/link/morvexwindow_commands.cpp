@@ -29,12 +29,17 @@ QString MorvexWindow::boardCommand(const QString &key, const QString &builtIn) c
 
 QHash<QString, QString> MorvexWindow::readUname()
 {
-    QHash<QString, QString> info;
     const QString command = boardCommand(QStringLiteral("PY/uname"), QStringLiteral("import os;print(os.uname())"));
     if (!exchange(command.toLatin1() + EOL, 5000))
-        return info;
-    while (!rxQueue.isEmpty()) {
-        const QString text = boardLatin1(rxQueue.takeFirst());
+        return {};
+    return takeUname(rxQueue);
+}
+
+QHash<QString, QString> MorvexWindow::takeUname(QList<QByteArray> &queue)
+{
+    QHash<QString, QString> info;
+    while (!queue.isEmpty()) {
+        const QString text = boardLatin1(queue.takeFirst());
         if (!text.startsWith(QLatin1Char('(')))
             continue;
         static const QRegularExpression pair(QStringLiteral("(\\w+)\\=\\'([^\\']+)\\'"));

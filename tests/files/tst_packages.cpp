@@ -58,6 +58,18 @@ QByteArray paxRecord(const QByteArray &key, const QByteArray &value)
     return QByteArray::number(length) + body;
 }
 
+// The tar header at offset with another size, its checksum made good again.
+QByteArray withMemberSize(QByteArray tar, int header, quint32 size)
+{
+    tar.replace(header + 124, 12, QByteArray::number(size, 8).rightJustified(11, '0') + '\0');
+    tar.replace(header + 148, 8, QByteArray(8, ' '));
+    quint32 sum = 0;
+    for (int i = 0; i < 512; ++i)
+        sum += quint8(tar.at(header + i));
+    tar.replace(header + 148, 8, QByteArray::number(sum, 8).rightJustified(6, '0') + '\0' + ' ');
+    return tar;
+}
+
 // How many of this process's file descriptors are open on path.
 int openHandlesOn(const QString &path)
 {
@@ -112,6 +124,9 @@ void tst_Packages::parsePaxRecords_data()
     QTest::newRow("a length past the end ends") << board + QByteArray("99 mod=flash\n") << QStringList{"board=PYBv1.1"};
     QTest::newRow("a length that is no number ends") << board + QByteArray("x3 mod=flash\n") + mod
                                                      << QStringList{"board=PYBv1.1"};
+    QTest::newRow("the largest length after a record ends") << board + QByteArray("2147483647 mod=flash\n")
+                                                           << QStringList{"board=PYBv1.1"};
+    QTest::newRow("a negative length ends") << board + QByteArray("-5 mod=flash\n") << QStringList{"board=PYBv1.1"};
     QTest::newRow("a zero length ends rather than stands still") << QByteArray("0 x\n") + mod << QStringList();
     QTest::newRow("a blank first ends") << ' ' + mod << QStringList();
     QTest::newRow("empty") << QByteArray() << QStringList();
@@ -275,6 +290,18 @@ void tst_Packages::faults_data()
         << "flipped.zfw" << flipped << QStringList{QStringLiteral("Uploading a.txt"), zfwDone}
         << QStringList{QStringLiteral("Uploading b.bin")}
         << QVariantMap{{QStringLiteral("a.txt"), a}, {QStringLiteral("b.bin"), QVariant()}} << true;
+
+    // No board holds such a file, and memory for it may not be had.
+    QTest::newRow("a member larger than a board holds ends the package")
+        << "huge.zfw" << withMemberSize(whole, 1024, 0x7fffffffu)
+        << QStringList{QStringLiteral("Uploading a.txt"), zfwDone} << QStringList{QStringLiteral("Uploading b.bin")}
+        << QVariantMap{{QStringLiteral("a.txt"), a}, {QStringLiteral("b.bin"), QVariant()}} << true;
+
+    QVERIFY(writeZfw(tar, {}, {{QStringLiteral("lib/"), QByteArray()}, {QStringLiteral("a.txt"), a}}));
+    // Its end lies 4 GiB on, where the position wraps round to the member itself.
+    QTest::newRow("a member that reaches past 4 GiB ends the package")
+        << "wrap.zfw" << withMemberSize(readLocalFile(tar), 0, 0xfffffe00u) << QStringList{zfwDone}
+        << QStringList{QStringLiteral("Uploading a.txt")} << QVariantMap{{QStringLiteral("a.txt"), QVariant()}} << true;
 
     flipped = whole;
     flipped[0] = char(flipped.at(0) ^ 0x20);

@@ -104,6 +104,13 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
     QVERIFY(writeLocalFile(archive(QStringLiteral("flipped-second.tar")), flipped));
     // 88 bytes of five13.bin's data are left.
     QVERIFY(writeLocalFile(archive(QStringLiteral("truncated.tar")), ustar.left(3072 + 88)));
+
+    // A member whose end lies exactly 4 GiB on: the next position wraps round to 0.
+    TarArchive huge;
+    QCOMPARE(tar_open(&huge, qPrintable(archive(QStringLiteral("wrap.tar"))), "w"), int(TAR_ESUCCESS));
+    QCOMPARE(tar_write_file_header(&huge, "huge.bin", 0xFFFFFE00u), int(TAR_ESUCCESS));
+    QCOMPARE(tar_finalize(&huge), int(TAR_ESUCCESS));
+    QCOMPARE(tar_close(&huge), int(TAR_ESUCCESS));
 }
 
 void tst_Tar::walk_data()
@@ -138,6 +145,8 @@ void tst_Tar::walk_data()
     QTest::newRow("prefix") << "prefix.tar" << 0 << QStringList{QStringLiteral("0 %1 0 8 1").arg(joined)}
                             << int(TAR_ENULLRECORD);
     QTest::newRow("truncated in the last member") << "truncated.tar" << 0 << four << int(TAR_EREADFAIL);
+    QTest::newRow("a member that reaches past 4 GiB ends the walk")
+        << "wrap.tar" << 0 << QStringList{QStringLiteral("0 huge.bin 0 4294966784 0")} << int(TAR_ESEEKFAIL);
     QTest::newRow("flipped byte in the second header")
         << "flipped-second.tar" << 0 << QStringList(four.mid(0, 1)) << int(TAR_EBADCHKSUM);
     QTest::newRow("flipped byte in the first header") << "flipped-first.tar" << int(TAR_EBADCHKSUM) << QStringList() << 0;
