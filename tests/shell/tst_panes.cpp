@@ -89,16 +89,20 @@ void tst_Panes::folderTools()
     MorvexWindow w;
     w.setState(MorvexWindow::MC_REPL); // the file area is live only with the board at a prompt
     w.setPcFolder(dir.filePath(QStringLiteral("one/two")));
-    w.findChild<QToolButton *>(QStringLiteral("pcFolderUpTool"))->click();
+    auto *up = w.findChild<QToolButton *>(QStringLiteral("pcFolderUpTool"));
+    auto *choose = w.findChild<QToolButton *>(QStringLiteral("pcFolderSelTool"));
+    QVERIFY(showsIcon(up->icon(), QStringLiteral("arrow_upward")));
+    QVERIFY(showsIcon(choose->icon(), QStringLiteral("folder_open")));
+    up->click();
     QCOMPARE(MorvexWindowProbe::pcModel(w).rootPath(), dir.filePath(QStringLiteral("one")));
 
     QScopedPointer<DialogAnswerer> answer(DialogAnswerer::fileName(dir.filePath(QStringLiteral("one/two"))));
-    w.findChild<QToolButton *>(QStringLiteral("pcFolderSelTool"))->click();
+    choose->click();
     QCOMPARE(answer->answered(), 1);
     QCOMPARE(QDir(MorvexWindowProbe::pcModel(w).rootPath()), QDir(dir.filePath(QStringLiteral("one/two"))));
 
     w.setPcFolder(QStringLiteral("/"));
-    w.findChild<QToolButton *>(QStringLiteral("pcFolderUpTool"))->click();
+    up->click();
     QCOMPARE(MorvexWindowProbe::pcModel(w).rootPath(), QStringLiteral("/"));
 }
 
