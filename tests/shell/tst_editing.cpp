@@ -234,24 +234,21 @@ void tst_Editing::opensFrom()
 
 void tst_Editing::editAndUpload_data()
 {
-    const auto columns = [] {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("shown");
-        QTest::addColumn<QString>("added");
-        QTest::addColumn<QByteArray>("stored");
-    };
-    deliveryRows(columns, [](const QString &delivery) {
-        const QByteArray python = pythonFile();
-        QTest::addRow("%s: python file", qPrintable(delivery))
-            << delivery << "main.py" << python << QString::fromUtf8(python) << "print('edited')\n"
-            << python + "print('edited')\n";
-        QTest::addRow("%s: empty file", qPrintable(delivery))
-            << delivery << "empty.txt" << QByteArray() << "" << "now filled\n" << QByteArray("now filled\n");
-        QTest::addRow("%s: json shown indented, stored compact", qPrintable(delivery))
-            << delivery << "conf.json" << QByteArray("{\"b\": 1, \"a\": [true]}")
-            << "{\n    \"a\": [\n        true\n    ],\n    \"b\": 1\n}\n" << "" << QByteArray("{\"a\":[true],\"b\":1}");
-    });
+    QTest::addColumn<QString>("delivery");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("shown");
+    QTest::addColumn<QString>("added");
+    QTest::addColumn<QByteArray>("stored");
+
+    // An empty file, and the upload in the other modes, are run by the download and delivery suites.
+    const QByteArray python = pythonFile();
+    for (const char *delivery : {"usb", "uart"})
+        QTest::addRow("%s: python file", delivery) << delivery << "main.py" << python << QString::fromUtf8(python)
+                                                   << "print('edited')\n" << python + "print('edited')\n";
+    QTest::newRow("usb: json shown indented, stored compact")
+        << "usb" << "conf.json" << QByteArray("{\"b\": 1, \"a\": [true]}")
+        << "{\n    \"a\": [\n        true\n    ],\n    \"b\": 1\n}\n" << "" << QByteArray("{\"a\":[true],\"b\":1}");
 }
 
 void tst_Editing::editAndUpload()
