@@ -132,7 +132,6 @@ private slots:
     void init() { sandbox.clear(); }
     void codeTextsTranslated_data();
     void codeTextsTranslated();
-    void nothingStale();
     void loadedAsTheProgramLoadsIt();
 
 private:
@@ -149,11 +148,6 @@ void tst_Catalogue::codeTextsTranslated_data()
         << QByteArray("#include <QCoreApplication>\n"
                       "QString f() { return QCoreApplication::translate(\"MorvexWindow\", \"Nobody translated this\"); }\n")
         << QStringList{"MorvexWindow|Nobody translated this"};
-    QTest::newRow("a text of a new class")
-        << QByteArray("#include <QObject>\n"
-                      "class Gadget : public QObject { Q_OBJECT\n"
-                      "    QString f() { return tr(\"Shown by a gadget\"); } };\n")
-        << QStringList{"Gadget|Shown by a gadget"};
     QTest::newRow("a known text in another context")
         << QByteArray("#include <QCoreApplication>\n"
                       "QString f() { return QCoreApplication::translate(\"Preferences\", \"Connected to %1\"); }\n")
@@ -179,19 +173,13 @@ void tst_Catalogue::codeTextsTranslated()
     QVERIFY2(error.isEmpty(), qPrintable(error));
     const QStringList found = untranslated(code, translated);
     QVERIFY2(found == missing, qPrintable(QStringLiteral("Not translated in the catalogue:\n") + found.join('\n')));
-}
+    if (!extra.isEmpty())
+        return;
 
-void tst_Catalogue::nothingStale()
-{
-    QString error;
-    const QVector<Message> code = codeTexts({}, &error);
-    QVERIFY2(error.isEmpty(), qPrintable(error));
+    // Nor does the catalogue hold what the code no longer says.
     QSet<QString> inCode;
     for (const Message &message : code)
         inCode << message.key();
-
-    const QVector<Message> translated = readCatalogue(catalogue, &error);
-    QVERIFY2(error.isEmpty(), qPrintable(error));
     QStringList stale;
     for (const Message &message : translated) {
         if (!message.type.isEmpty() || !inCode.contains(message.key()))

@@ -124,7 +124,6 @@ private slots:
     void newFileRefused();
     void linkClosesWhileOpen_data();
     void linkClosesWhileOpen();
-    void staleDialogAfterReconnect();
     void closeQuestion_data();
     void closeQuestion();
     void failedDownload();
@@ -235,24 +234,21 @@ void tst_Editing::opensFrom()
 
 void tst_Editing::editAndUpload_data()
 {
-    const auto columns = [] {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("shown");
-        QTest::addColumn<QString>("added");
-        QTest::addColumn<QByteArray>("stored");
-    };
-    deliveryRows(columns, [](const QString &delivery) {
-        const QByteArray python = pythonFile();
-        QTest::addRow("%s: python file", qPrintable(delivery))
-            << delivery << "main.py" << python << QString::fromUtf8(python) << "print('edited')\n"
-            << python + "print('edited')\n";
-        QTest::addRow("%s: empty file", qPrintable(delivery))
-            << delivery << "empty.txt" << QByteArray() << "" << "now filled\n" << QByteArray("now filled\n");
-        QTest::addRow("%s: json shown indented, stored compact", qPrintable(delivery))
-            << delivery << "conf.json" << QByteArray("{\"b\": 1, \"a\": [true]}")
-            << "{\n    \"a\": [\n        true\n    ],\n    \"b\": 1\n}\n" << "" << QByteArray("{\"a\":[true],\"b\":1}");
-    });
+    QTest::addColumn<QString>("delivery");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("shown");
+    QTest::addColumn<QString>("added");
+    QTest::addColumn<QByteArray>("stored");
+
+    // An empty file, and the upload in the other modes, are run by the download and delivery suites.
+    const QByteArray python = pythonFile();
+    for (const char *delivery : {"usb", "uart"})
+        QTest::addRow("%s: python file", delivery) << delivery << "main.py" << python << QString::fromUtf8(python)
+                                                   << "print('edited')\n" << python + "print('edited')\n";
+    QTest::newRow("usb: json shown indented, stored compact")
+        << "usb" << "conf.json" << QByteArray("{\"b\": 1, \"a\": [true]}")
+        << "{\n    \"a\": [\n        true\n    ],\n    \"b\": 1\n}\n" << "" << QByteArray("{\"a\":[true],\"b\":1}");
 }
 
 void tst_Editing::editAndUpload()
@@ -472,66 +468,53 @@ void tst_Editing::newFileRefused()
 
 void tst_Editing::linkClosesWhileOpen_data()
 {
-    deliveryRows([] {}, [](const QString &delivery) { QTest::newRow(qPrintable(delivery)) << delivery; });
+    deliveryRows([] { QTest::addColumn<bool>("reconnect"); },
+                  [](const QString &delivery) { QTest::newRow(qPrintable(delivery)) << delivery << false; });
+    QTest::newRow("usb: link back before the upload") << "usb" << true;
 }
 
 void tst_Editing::linkClosesWhileOpen()
 {
     QFETCH(QString, delivery);
+    QFETCH(bool, reconnect);
     VirtualBoard board;
     MorvexWindow w;
-    QVERIFY(connectTo(board, w, delivered(delivery), {{"main.py", pythonFile()}}));
+    QVERIFY(connectTo(board, w, delivered(delivery), {{"main.py", pythonFile()}, {"b.txt", "beta\n"}}));
     QVERIFY(doubleClickRow(w, QStringLiteral("main.py")));
     QCOMPARE(shownEditors(w).size(), 1);
     QPointer<CodeEditor> editor = shownEditors(w).constFirst();
 
     windowAction(w, "actionConnect")->trigger(); // disconnects
     QVERIFY(!MorvexWindowProbe::port(w).isOpen());
-    // A lost link does not close the editor.
+    // A lost link does not close the editor, and it frees the edit for the next link.
     QVERIFY(editor && editor->isVisible());
+    QPointer<CodeEditor> current;
+    if (reconnect) {
+        QVERIFY(connectBoard(w, board, 0));
+        QVERIFY(doubleClickRow(w, QStringLiteral("b.txt")));
+        QCOMPARE(shownEditors(w).size(), 2);
+        current = shownEditors(w).at(shownEditors(w).at(0) == editor ? 1 : 0);
+    }
     append(editor, QStringLiteral("# offline\n"));
     QVERIFY(downloadEnded(board));
     const int before = board.received().size();
     const int logged = syslogMessages(w).size();
-    QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::No));
-    press(editor, "applyButton");
-    QCOMPARE(boxes->texts(), QStringList{cannotUpload});
+    {
+        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::No));
+        press(editor, "applyButton");
+        QCOMPARE(boxes->texts(), QStringList{cannotUpload});
+    }
     QVERIFY(waitDeleted(editor));
     QCOMPARE(board.received().size(), before);
     QCOMPARE(board.readFile(QStringLiteral("main.py")), pythonFile());
     QCOMPARE(syslogMessages(w).size(), logged);
-}
+    if (!reconnect)
+        return;
 
-void tst_Editing::staleDialogAfterReconnect()
-{
-    VirtualBoard board;
-    MorvexWindow w;
-    QVERIFY(connectTo(board, w, {}, {{"a.txt", "alpha\n"}, {"b.txt", "beta\n"}}));
-    QVERIFY(doubleClickRow(w, QStringLiteral("a.txt")));
-    QPointer<CodeEditor> stale = shownEditors(w).value(0);
-    QVERIFY(stale);
-    windowAction(w, "actionConnect")->trigger();
-    QVERIFY(connectBoard(w, board, 0));
-    QVERIFY(doubleClickRow(w, QStringLiteral("b.txt")));
-    QCOMPARE(shownEditors(w).size(), 2);
-    QPointer<CodeEditor> current = shownEditors(w).at(shownEditors(w).at(0) == stale ? 1 : 0);
-
-    // The dialog from before the reconnect uploads nothing, and the later edit goes on.
-    append(stale, QStringLiteral("stale\n"));
-    QVERIFY(downloadEnded(board));
-    const int before = board.received().size();
-    {
-        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::No));
-        press(stale, "applyButton");
-        QCOMPARE(boxes->texts(), QStringList{cannotUpload});
-    }
-    QVERIFY(waitDeleted(stale));
-    QCOMPARE(board.received().size(), before);
-    QCOMPARE(board.readFile(QStringLiteral("a.txt")), QByteArray("alpha\n"));
-    QCOMPARE(board.readFile(QStringLiteral("b.txt")), QByteArray("beta\n"));
+    // The later edit goes on, and holds the edit until it ends.
     {
         QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
-        QVERIFY(doubleClickRow(w, QStringLiteral("a.txt")));
+        QVERIFY(doubleClickRow(w, QStringLiteral("main.py")));
         QCOMPARE(boxes->texts(), QStringList{alreadyEdited});
     }
     append(current, QStringLiteral("current\n"));

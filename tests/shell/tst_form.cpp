@@ -13,7 +13,6 @@
 #include <QTabWidget>
 #include <QTest>
 #include <QToolBar>
-#include <QToolButton>
 
 class tst_Form : public QObject
 {
@@ -23,8 +22,6 @@ private slots:
     void init() { sandbox.clear(); }
     void actions_data();
     void actions();
-    void toolIcons_data();
-    void toolIcons();
     void placement_data();
     void placement();
     void startState();
@@ -100,24 +97,6 @@ void tst_Form::actions()
     QCOMPARE(action->isCheckable(), checkable);
 }
 
-void tst_Form::toolIcons_data()
-{
-    QTest::addColumn<QString>("tool");
-    QTest::addColumn<QString>("icon");
-    QTest::newRow("pcFolderSelTool") << "pcFolderSelTool" << "folder_open";
-    QTest::newRow("pcFolderUpTool") << "pcFolderUpTool" << "arrow_upward";
-}
-
-void tst_Form::toolIcons()
-{
-    QFETCH(QString, tool);
-    QFETCH(QString, icon);
-    MorvexWindow w;
-    auto *button = w.findChild<QToolButton *>(tool);
-    QVERIFY(button);
-    QVERIFY(showsIcon(button->icon(), icon));
-}
-
 void tst_Form::placement_data()
 {
     QTest::addColumn<QString>("holder");
@@ -173,7 +152,6 @@ void tst_Form::startState()
     auto *bar = w.findChild<QProgressBar *>("progressBar");
     QVERIFY(bar->isHidden());
     QCOMPARE(bar->format(), QStringLiteral("%p% (%v of %m bytes)"));
-    QCOMPARE(w.property("state").value<MorvexWindow::MC_STATE>(), MorvexWindow::MC_UNKNOWN);
 }
 
 void tst_Form::boardActionsSwitchExactlyNine()

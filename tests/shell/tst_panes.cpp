@@ -89,16 +89,20 @@ void tst_Panes::folderTools()
     MorvexWindow w;
     w.setState(MorvexWindow::MC_REPL); // the file area is live only with the board at a prompt
     w.setPcFolder(dir.filePath(QStringLiteral("one/two")));
-    w.findChild<QToolButton *>(QStringLiteral("pcFolderUpTool"))->click();
+    auto *up = w.findChild<QToolButton *>(QStringLiteral("pcFolderUpTool"));
+    auto *choose = w.findChild<QToolButton *>(QStringLiteral("pcFolderSelTool"));
+    QVERIFY(showsIcon(up->icon(), QStringLiteral("arrow_upward")));
+    QVERIFY(showsIcon(choose->icon(), QStringLiteral("folder_open")));
+    up->click();
     QCOMPARE(MorvexWindowProbe::pcModel(w).rootPath(), dir.filePath(QStringLiteral("one")));
 
     QScopedPointer<DialogAnswerer> answer(DialogAnswerer::fileName(dir.filePath(QStringLiteral("one/two"))));
-    w.findChild<QToolButton *>(QStringLiteral("pcFolderSelTool"))->click();
+    choose->click();
     QCOMPARE(answer->answered(), 1);
     QCOMPARE(QDir(MorvexWindowProbe::pcModel(w).rootPath()), QDir(dir.filePath(QStringLiteral("one/two"))));
 
     w.setPcFolder(QStringLiteral("/"));
-    w.findChild<QToolButton *>(QStringLiteral("pcFolderUpTool"))->click();
+    up->click();
     QCOMPARE(MorvexWindowProbe::pcModel(w).rootPath(), QStringLiteral("/"));
 }
 
@@ -264,70 +268,63 @@ void tst_Panes::pcDoubleClick()
     QFETCH(int, answer);
     QFETCH(QString, question);
     QFETCH(QString, outcome);
-
-    QTemporaryDir dir;
-    const QString path = dir.filePath(file);
+    Session *s = menuSession();
+    QVERIFY(s);
+    MorvexWindow &w = s->window;
+    const QString path = s->local.filePath(file);
     QVERIFY(writeLocalFile(path, "print('ran here')\n"));
     QSettings().setValue(QStringLiteral("MC/SuggestExecute"), suggestExecute);
-    VirtualBoard board;
-    QVERIFY(board.start());
-    MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
-    w.setPcFolder(dir.path());
-    QFileSystemModel &model = MorvexWindowProbe::pcModel(w);
-    const QModelIndex index = model.index(path);
+    const QModelIndex index = MorvexWindowProbe::pcModel(w).index(path);
     QVERIFY(index.isValid());
 
+    const int logBefore = syslogMessages(w).size();
     QScopedPointer<DialogAnswerer> answerer(
         DialogAnswerer::messageBox(answer ? QMessageBox::StandardButton(answer) : QMessageBox::Cancel));
     doubleClick(w.findChild<QTreeView *>(QStringLiteral("pcFileList")), index);
     QCOMPARE(answerer->texts(), question.isEmpty() ? QStringList() : QStringList{question});
-    const QStringList log = syslogMessages(w);
+    const QStringList log = syslogMessages(w).mid(logBefore);
     if (outcome == QLatin1String("upload"))
-        QCOMPARE(board.readFile(file), QByteArray("print('ran here')\n"));
+        QCOMPARE(s->board.readFile(file), QByteArray("print('ran here')\n"));
     else if (outcome.isEmpty())
-        QVERIFY(!board.exists(file) && log.filter(QStringLiteral("Script ")).isEmpty());
+        QVERIFY(!s->board.exists(file) && log.filter(QStringLiteral("Script ")).isEmpty());
     else
         QVERIFY2(log.contains(outcome.arg(path)), qPrintable(log.join('\n')));
     if (outcome.startsWith(QLatin1String("Script")))
         QVERIFY(log.contains(QStringLiteral(">>ran here")));
 }
 
+// Editing by double click, the default, is run by the editing suite.
 void tst_Panes::boardDoubleClick_data()
 {
-    QTest::addColumn<QVariant>("clickAction");
+    QTest::addColumn<QString>("clickAction");
     QTest::addColumn<bool>("downloads");
 
-    QTest::newRow("absent: edit") << QVariant() << false;
-    QTest::newRow("edit") << QVariant(QStringLiteral("edit")) << false;
-    QTest::newRow("download") << QVariant(QStringLiteral("download")) << true;
-    QTest::newRow("Download is not download") << QVariant(QStringLiteral("Download")) << false;
+    QTest::newRow("download") << "download" << true;
+    QTest::newRow("Download is not download") << "Download" << false;
 }
 
 void tst_Panes::boardDoubleClick()
 {
-    QFETCH(QVariant, clickAction);
+    QFETCH(QString, clickAction);
     QFETCH(bool, downloads);
-    if (clickAction.isValid())
-        QSettings().setValue(QStringLiteral("MC/ClickAction"), clickAction);
-    QTemporaryDir dir;
-    VirtualBoard board;
-    QVERIFY(board.start());
-    QVERIFY(board.writeFile(QStringLiteral("main.txt"), "on the board"));
-    MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
-    w.setPcFolder(dir.path());
+    Session *s = menuSession();
+    QVERIFY(s);
+    MorvexWindow &w = s->window;
+    QSettings().setValue(QStringLiteral("MC/ClickAction"), clickAction);
+    const QString local = s->local.filePath(QStringLiteral("down.txt"));
+    QFile::remove(local);
     auto *view = w.findChild<QTableView *>(QStringLiteral("mcFileList"));
-    const QModelIndex row = boardRow(w, QStringLiteral("main.txt"));
+    const QModelIndex row = boardRow(w, QStringLiteral("down.txt"));
     QVERIFY(row.isValid());
     view->setCurrentIndex(row);
     doubleClick(view, row);
-    QCOMPARE(QFile::exists(dir.filePath(QStringLiteral("main.txt"))), downloads);
+    QCOMPARE(QFile::exists(local), downloads);
     const auto editors = w.findChildren<CodeEditor *>();
     QCOMPARE(editors.size(), downloads ? 0 : 1);
     if (!downloads) {
-        QCOMPARE(editors.constFirst()->windowTitle(), QStringLiteral("main.txt"));
+        QCOMPARE(editors.constFirst()->windowTitle(), QStringLiteral("down.txt"));
         editors.constFirst()->reject();
+        QVERIFY(waitFor([&] { return w.findChildren<CodeEditor *>().isEmpty(); }, 5000));
     }
 }
 
