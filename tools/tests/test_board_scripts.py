@@ -1,11 +1,8 @@
-#!/usr/bin/env python3
 """Runs the board-side scripts of resources/data on the virtual board.
 
 The client below talks to the board the way the desktop does: it loads a
 script through the raw REPL, cuts the board's output at every ">" and plays
 each script's protocol byte for byte.
-
-    python3 tools/tests/test_board_scripts.py [-v]
 """
 
 import base64
@@ -13,68 +10,14 @@ import contextlib
 import hashlib
 import os
 import random
-import select
-import shutil
-import subprocess
-import sys
-import tempfile
-import time
-import tty
 import unittest
 
+from .boardproc import VirtualBoard
+
 ROOT = os.path.abspath(os.path.join(os.path.dirname(__file__), '..', '..'))
-SIMULATOR = os.path.join(ROOT, 'tools', 'virtual_board.py')
 SCRIPTS = os.path.join(ROOT, 'resources', 'data')
 RAW_BANNER = b'raw REPL; CTRL-B to exit\r\n>'
 PROMPT = b'>>> '
-
-
-class BoardTimeout(AssertionError):
-    pass
-
-
-class Link:
-    """The desktop's side of the serial link, on the simulator's pty."""
-
-    def __init__(self, path):
-        self.fd = os.open(path, os.O_RDWR | os.O_NOCTTY)
-        tty.setraw(self.fd)  # 0x03 and CR must reach the board untouched
-        self.buf = b''
-
-    def close(self):
-        os.close(self.fd)
-
-    def write(self, data):
-        view = memoryview(data)
-        while view:
-            view = view[os.write(self.fd, view[:4096]):]
-
-    def _fill(self, deadline, waiting_for):
-        left = deadline - time.monotonic()
-        if left <= 0 or not select.select([self.fd], [], [], left)[0]:
-            raise BoardTimeout('no %r from the board; have %r' % (waiting_for, self.buf[-300:]))
-        self.buf += os.read(self.fd, 65536)
-
-    def read_until(self, token, timeout=5.0):
-        deadline = time.monotonic() + timeout
-        while token not in self.buf:
-            self._fill(deadline, token)
-        end = self.buf.index(token) + len(token)
-        out, self.buf = self.buf[:end], self.buf[end:]
-        return out
-
-    def record(self, timeout=5.0):
-        # The desktop's raw REPL rule: each '>' ends a record, empty ones vanish.
-        while True:
-            rec = self.read_until(b'>', timeout)[:-1]
-            if rec:
-                return rec
-
-    def drain(self, quiet=0.1):
-        while select.select([self.fd], [], [], quiet)[0]:
-            self.buf += os.read(self.fd, 65536)
-        out, self.buf = self.buf, b''
-        return out
 
 
 def rand_bytes(n, seed):
@@ -85,46 +28,27 @@ class BoardCase:
     """One simulator per family and option set, shared by the tests of a class."""
 
     family = 'stm32'
-    options = []
+    options = ()
 
     @classmethod
     def setUpClass(cls):
-        if not os.path.exists(SIMULATOR):
-            raise unittest.SkipTest('tools/virtual_board.py is not there yet')
-        cls.tmp = tempfile.mkdtemp(prefix='mvx-scripts-')
-        cls.fs = os.path.join(cls.tmp, 'fs')
-        os.mkdir(cls.fs)
-        cls.errlog = open(os.path.join(cls.tmp, 'stderr.txt'), 'w+')
-        cls.proc = subprocess.Popen(
-            [sys.executable, SIMULATOR, '--fs', cls.fs, '--link', os.path.join(cls.tmp, 'ttyMC'),
-             '--family', cls.family] + cls.options,
-            stdout=subprocess.PIPE, stderr=cls.errlog)
-        ready = select.select([cls.proc.stdout], [], [], 15)[0]
-        line = cls.proc.stdout.readline().decode().strip() if ready else ''
-        if not line:
-            cls.tearDownClass()
-            raise RuntimeError('virtual board did not start')
-        cls.link = Link(line)
+        cls.vboard = VirtualBoard('--family', cls.family, *cls.options)
+        cls.link = cls.vboard.open()
         cls.root = '/flash/' if cls.family == 'stm32' else '/'
 
     @classmethod
     def tearDownClass(cls):
-        if getattr(cls, 'link', None):
-            cls.link.close()
-            cls.link = None
-        cls.proc.terminate()
-        try:
-            cls.proc.wait(5)
-        except subprocess.TimeoutExpired:
-            cls.proc.kill()
-            cls.proc.wait()
-        cls.errlog.close()
-        shutil.rmtree(cls.tmp, ignore_errors=True)
+        cls.vboard.close()
 
     def setUp(self):
         self.resync()
 
-    # -- the desktop's moves -------------------------------------------------
+    def record(self):
+        # The desktop's raw REPL rule: each '>' ends a record, empty ones vanish.
+        while True:
+            rec = self.link.read_until(b'>')[:-1]
+            if rec:
+                return rec
 
     def resync(self):
         """Whatever the board was doing, leave it idle in the raw REPL."""
@@ -159,7 +83,7 @@ class BoardCase:
     def load(self, name):
         self.link.write(self.script(name) + b'\x04')
         # stricter than the desktop: defining the function must print nothing
-        rec = self.link.record()
+        rec = self.record()
         if rec != b'OK\x04\x04':
             # a traceback holds '>' of its own: show all of it
             self.fail('%s: %r' % (name, rec + b'>' + self.link.read_until(b'\x04>')))
@@ -168,7 +92,7 @@ class BoardCase:
         return self.root + rel
 
     def host(self, rel):
-        return os.path.join(self.fs, rel)
+        return self.vboard.host(rel)
 
     def put(self, rel, data):
         os.makedirs(os.path.dirname(self.host(rel)), exist_ok=True)
@@ -194,16 +118,16 @@ class TransferTests(BoardCase):
         self.load('upload')
         self.link.write(b"_upload('%s', %d)\x04" % (self.board(rel).encode(), chunk))
         self.link.write(size_packet)
-        return self.link.record()
+        return self.record()
 
     def upload(self, rel, data, chunk):
         text = base64.b64encode(data)
         self.assertEqual(self.start_upload(rel, b'!%010d' % len(text), chunk), b'OK#9')
         for offset in range(0, len(text), chunk):
             self.link.write(text[offset:offset + chunk])
-            self.assertEqual(self.link.record(), b'#9', 'packet at %d' % offset)
+            self.assertEqual(self.record(), b'#9', 'packet at %d' % offset)
         self.link.write(b'@%010d' % (sum(text) & 0xFFFFFFFF))
-        result = self.link.record()
+        result = self.record()
         self.link.write(b'\x01')
         self.link.read_until(RAW_BANNER)
         return result
@@ -232,25 +156,25 @@ class TransferTests(BoardCase):
 
         def missing_dir():
             self.assertEqual(self.start_upload('nodir/x.bin', b'!%010d' % len(text), 512), b'OK#9')
-            return self.link.record()
+            return self.record()
 
         def finish_with(packet):
             def run():
                 self.assertEqual(self.start_upload('bad.bin', b'!%010d' % len(text), 1024), b'OK#9')
                 for offset in range(0, len(text), 1024):
                     self.link.write(text[offset:offset + 1024])
-                    self.assertEqual(self.link.record(), b'#9')
+                    self.assertEqual(self.record(), b'#9')
                 self.link.write(packet)
-                return self.link.record()
+                return self.record()
             return run
 
         def unaligned_chunk():
             # 1000 never meets the 1024 flush, so the second packet overruns the buffer
             self.assertEqual(self.start_upload('bad.bin', b'!%010d' % len(text), 1000), b'OK#9')
             self.link.write(text[:1000])
-            self.assertEqual(self.link.record(), b'#9')
+            self.assertEqual(self.record(), b'#9')
             self.link.write(text[1000:2000])
-            return self.link.record()
+            return self.record()
 
         cases = [
             ('size packet without "!"', size_packet(b'?0000004000'),
@@ -275,15 +199,15 @@ class TransferTests(BoardCase):
         """Plays the desktop's side; returns (blocks, closing record)."""
         self.load('download')
         self.link.write(b"_download('%s')\x04" % self.board(rel).encode())
-        self.assertEqual(self.link.record(), b'OK')
+        self.assertEqual(self.record(), b'OK')
         blocks = []
         while True:
-            rec = self.link.record()
+            rec = self.record()
             if not rec.endswith(b'#8'):
                 break
             blocks.append(base64.b64decode(rec[:-2], validate=True))
             self.link.write(ack)
-        self.assertEqual(self.link.record(), b'\x04\x04')
+        self.assertEqual(self.record(), b'\x04\x04')
         self.link.write(b'\x01')
         self.link.read_until(RAW_BANNER)
         return blocks, rec
@@ -316,8 +240,8 @@ class FileSystemTests(BoardCase):
     def remove(self, func, rel):
         self.load('remove' if func == '_rm' else 'rmdir')
         self.link.write(b"%s('%s')\x04" % (func.encode(), self.board(rel).encode()))
-        self.assertEqual(self.link.record(), b'OK')  # the framing's leading '>' closes it
-        return self.link.record()
+        self.assertEqual(self.record(), b'OK')  # the framing's leading '>' closes it
+        return self.record()
 
     def test_remove(self):
         self.put('gone.txt', b'x')
@@ -413,14 +337,14 @@ class EchoTests(BoardCase):
         blocks += [binary[i:i + 32] for i in range(0, len(binary), 32)]
         for step, block in enumerate(blocks):
             self.link.write(block)
-            rec = self.link.record()
+            rec = self.record()
             if step == 0:
                 self.assertTrue(rec.startswith(b'OK'), rec)
                 rec = rec[2:]
             self.assertEqual(rec, b'RX: ' + block, 'step %d' % (step + 1))
         self.link.write(b'\x03')
         # text output is cooked on the board: its '\n' arrives as '\r\n'
-        self.assertEqual(self.link.record(), b'\r\nFIN\x04\x04')
+        self.assertEqual(self.record(), b'\r\nFIN\x04\x04')
 
 
 class Stm32(TransferTests, FileSystemTests, HashTests, EchoTests, unittest.TestCase):
@@ -433,13 +357,13 @@ class Esp32(TransferTests, FileSystemTests, HashTests, EchoTests, unittest.TestC
 
 class Stm32WithoutMd5(HashTests, unittest.TestCase):
     family = 'stm32'
-    options = ['--no-md5']
+    options = ('--no-md5',)
     digest = hashlib.sha1
 
 
 class Esp32WithoutMd5(HashTests, unittest.TestCase):
     family = 'esp32'
-    options = ['--no-md5']
+    options = ('--no-md5',)
     digest = hashlib.sha1
 
 

@@ -1,8 +1,6 @@
 """Soft resets, machine.reset() in each reset mode, and DFU."""
 
 import os
-import shutil
-import tempfile
 import time
 import unittest
 
@@ -71,22 +69,6 @@ class HardReset(unittest.TestCase):
         link = board.link = Link(board.link_path)
         # the banner went out before anyone opened the new port
         self.assertEqual(link.drain(0.2), b'')
-        link.write(b'booted\r')
-        self.assertEqual(link.read_until(b'>>> '), b'booted\r\n1\r\n>>> ')
-
-    def test_usb_port_returns_under_another_link(self):
-        elsewhere = tempfile.mkdtemp(prefix='vboard-other-')
-        self.addCleanup(shutil.rmtree, elsewhere, True)
-        other = os.path.join(elsewhere, 'ttyOther')
-        board, link = self.start('--identity', 'pyboard', '--return-link', other)
-        link.write(b'import machine; machine.reset(1)\r\n')
-        self.assertTrue(wait_for_link(board, False, 1))
-        link.close()
-        deadline = time.monotonic() + 5
-        while not os.path.exists(other) and time.monotonic() < deadline:
-            time.sleep(0.01)
-        self.assertFalse(os.path.lexists(board.link_path))
-        link = board.link = Link(other)
         link.write(b'booted\r')
         self.assertEqual(link.read_until(b'>>> '), b'booted\r\n1\r\n>>> ')
 
