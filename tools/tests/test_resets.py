@@ -4,7 +4,7 @@ import os
 import time
 import unittest
 
-from .boardproc import Link, VirtualBoard, to_raw
+from .boardproc import Link, VirtualBoard
 
 BANNER = b'Type "help()" for more information.\r\n>>> '
 SCRIPTS = {'boot.py': b"print('boot ran')\nbooted = 1\n", 'main.py': b"print('main ran')\n"}
@@ -26,8 +26,6 @@ class SoftReset(unittest.TestCase):
             # identity, keys, what the board answers
             ('pyboard', b'\x04', b'\r\nMPY: sync filesystems\r\nMPY: soft reboot\r\nboot ran\r\nmain ran\r\n'
              b'MicroPython v1.28.0 on 2026-11-21; PYBv1.1 with STM32F405RG\r\n' + BANNER),
-            ('reference', b'\x04', b'\r\nMPY: soft reboot\r\nboot ran\r\nmain ran\r\n'
-             b'MicroPython v1.28.0 on 2026-11-21; mps2-an385 with Cortex-M3\r\n' + BANNER),
             # the raw REPL runs boot.py again, but not main.py
             ('esp32', b'\x01\x04', b'\r\nraw REPL; CTRL-B to exit\r\n>OK\r\nMPY: soft reboot\r\nboot ran\r\n'
              b'raw REPL; CTRL-B to exit\r\n>'),
@@ -90,14 +88,6 @@ class HardReset(unittest.TestCase):
                 self.assertTrue(out.endswith(b'boot ran\r\nmain ran\r\nMicroPython v1.28.0 on 2026-11-21; '
                                              + machine + b'\r\n' + BANNER), out)
                 self.assertTrue(os.path.exists(board.link_path))
-
-    def test_reset_from_raw_repl_comes_back_friendly(self):
-        board, link = self.start('--identity', 'reference')
-        to_raw(link)
-        link.write(b'import machine\nmachine.reset()\x04')
-        self.assertEqual(link.read_until(BANNER),
-                         b'OKboot ran\r\nmain ran\r\nMicroPython v1.28.0 on 2026-11-21; mps2-an385 with Cortex-M3\r\n'
-                         + BANNER)
 
     def test_dfu_port_is_gone_for_good(self):
         board, link = self.start('--family', 'esp32')
