@@ -110,8 +110,6 @@ void tst_BoardFiles::listing_data()
     QTest::addColumn<QString>("folder");
     QTest::addColumn<QStringList>("expected");
 
-    QTest::newRow("stm32 flash with sizes") << QStringList() << 0 << "/flash/"
-                                            << QStringList{"../:", "lib/:", "a.py:1.5kB", "empty.txt:", "b.bin:12"};
     QTest::newRow("sizes unknown") << QStringList{"--no-sizes"} << 0 << "/flash"
                                    << QStringList{"../:", "lib/:", "a.py:", "empty.txt:", "b.bin:"};
     QTest::newRow("esp32 root has no parent row") << QStringList{"--family", "esp32"} << 1 << ""

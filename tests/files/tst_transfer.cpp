@@ -1,4 +1,5 @@
-// Upload and download round trips through the real window and the virtual board.
+// Uploads and downloads through the real window: the calls sent, checksums, failures and questions.
+// Round trips of every size at every chunk run in the delivery-mode suite.
 #include "morvexwindowprobe.h"
 #include "testsupport.h"
 #include "virtualboard.h"
@@ -11,22 +12,12 @@
 
 #include <memory>
 
-namespace {
-// The board path prefix and the host-relative path of a board file.
-QString boardPath(int family, const QString &name)
-{
-    return (family ? QStringLiteral("/") : QStringLiteral("/flash/")) + name;
-}
-} // namespace
-
 class tst_Transfer : public QObject
 {
     Q_OBJECT
 
 private slots:
     void cleanupTestCase();
-    void roundTrip_data();
-    void roundTrip();
     void uploadCall_data();
     void uploadCall();
     void uploadToMissingDirectory();
@@ -73,42 +64,6 @@ tst_Transfer::Session *tst_Transfer::session(int family)
     if (!connectBoard(*s->window, s->board, family))
         return nullptr;
     return s.get();
-}
-
-void tst_Transfer::roundTrip_data()
-{
-    QTest::addColumn<int>("family");
-    QTest::addColumn<int>("size");
-    QTest::addColumn<int>("chunk");
-    // Every size at every chunk runs in the delivery-mode suite; these are the whole-packet link.
-    QTest::newRow("stm32 0 bytes chunk 512") << 0 << 0 << 512;
-    QTest::newRow("stm32 3000 bytes chunk 32") << 0 << 3000 << 32;
-    QTest::newRow("esp32 257 bytes chunk 1024") << 1 << 257 << 1024;
-    QTest::newRow("esp32 65536 bytes chunk 512") << 1 << 65536 << 512;
-}
-
-void tst_Transfer::roundTrip()
-{
-    QFETCH(int, family);
-    QFETCH(int, size);
-    QFETCH(int, chunk);
-    Session *s = session(family);
-    QVERIFY(s);
-    MorvexWindow &w = *s->window;
-    QSettings().setValue(QStringLiteral("MC/TransferSize"), chunk);
-
-    const QString name = QStringLiteral("rt_%1_%2.bin").arg(size).arg(chunk);
-    const QByteArray data = randomBytes(size, quint32(size * 31 + chunk + family));
-    QVERIFY(uploadBytes(w, data, boardPath(family, name)));
-    QCOMPARE(s->board.readFile(name), data);
-    QVERIFY(syslogMessages(w).contains(QStringLiteral("Finished uploading to %1").arg(boardPath(family, name))));
-    QVERIFY(windowAction(w, "actionUpload")->isEnabled());
-    QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
-
-    w.settleBoard(false); // as the program does after every upload
-    QVERIFY(w.downloadToFile(boardPath(family, name), local.filePath(name)));
-    QVERIFY(syslogMessages(w).contains(QStringLiteral("Download from %1 completed").arg(boardPath(family, name))));
-    QCOMPARE(readLocalFile(local.filePath(name)), data);
 }
 
 void tst_Transfer::uploadCall_data()

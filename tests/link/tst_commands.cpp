@@ -96,8 +96,6 @@ void tst_Commands::startFolder_data()
     QTest::addColumn<QString>("stored");
     QTest::addColumn<QString>("listed");
 
-    QTest::newRow("stm32 default") << 0 << "" << "/flash/";
-    QTest::newRow("esp32 default") << 1 << "" << "/";
     QTest::newRow("stm32 stored folder") << 0 << "/flash/lib" << "/flash/lib/";
     QTest::newRow("stm32 stored folder gone") << 0 << "/flash/nothere" << "/flash/";
     QTest::newRow("esp32 stored folder") << 1 << "/lib" << "/lib/";

@@ -116,13 +116,6 @@ class StockFirmware(unittest.TestCase):
 
 class Faults(unittest.TestCase):
 
-    def test_mute_after(self):
-        with VirtualBoard('--mute-after', '5') as board:
-            link = board.open()
-            prompt(link)  # 1 byte
-            link.write(b"1+1\r")  # bytes 2 to 5: the 5th silences the board
-            self.assertEqual(link.drain(0.3), b'')
-
     def test_noise_after(self):
         with VirtualBoard('--noise-after', '3', '--noise-bytes', '40') as board:
             link = board.open()
