@@ -13,6 +13,7 @@
 #include <QDir>
 #include <QFile>
 #include <QPointer>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -24,37 +25,15 @@
 #include <memory>
 
 namespace {
-// Messages that tell of a wait that ended at the wrong reply, or at none.
+// Messages that tell of a wait that ended at the wrong reply, or at none; a board-side
+// exception, such as a NameError of a function that was never loaded, among them.
 QStringList troublesSince(MorvexWindow &w, int from)
 {
-    static const QStringList words = {
-        QStringLiteral("Cannot list files"),     QStringLiteral("Invalid reply"),
-        QStringLiteral("Communication"),         QStringLiteral("Abort failed"),
-        QStringLiteral("request failed"),        QStringLiteral("Connection failed"),
-        QStringLiteral("Cannot upload script"),  QStringLiteral("Transmission error"),
-        QStringLiteral("No reply"),              QStringLiteral("Error while starting"),
-        QStringLiteral("Finalization error"),    QStringLiteral("Removal error"),
-        QStringLiteral("Cannot change directory"), QStringLiteral("downloaded with errors"),
-        QStringLiteral("init failed"),
-    };
-    // A board-side exception, such as a NameError of a function that was never loaded.
-    static const QRegularExpression boardError(QStringLiteral("^\\w+Error: "));
-    QStringList found;
-    const QStringList messages = syslogMessages(w).mid(from);
-
-    for (const QString &message : messages) {
-        if (message.contains(boardError)) {
-            found << message;
-            continue;
-        }
-        for (const QString &word : words) {
-            if (message.contains(word)) {
-                found << message;
-                break;
-            }
-        }
-    }
-    return found;
+    static const QRegularExpression trouble(QStringLiteral(
+        "^\\w+Error: |Cannot list files|Invalid reply|Communication|Abort failed|request failed|Connection failed|"
+        "Cannot upload script|Transmission error|No reply|Error while starting|Finalization error|Removal error|"
+        "Cannot change directory|downloaded with errors|init failed"));
+    return syslogMessages(w).mid(from).filter(trouble);
 }
 
 // The end of the system log, where a failure's story is.
@@ -451,6 +430,9 @@ void tst_DeliveryModes::roundTrip()
     const QByteArray data = randomBytes(size, quint32(size * 31 + chunk));
     QVERIFY2(uploadBytes(w, data, s->root + name), qPrintable(logTail(w)));
     QCOMPARE(s->board.readFile(name), data);
+    QVERIFY(syslogMessages(w).contains(QStringLiteral("Finished uploading to %1").arg(s->root + name)));
+    QVERIFY(windowAction(w, "actionUpload")->isEnabled());
+    QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
 
     // Straight on, as a user's next click would: the upload's re-prompt is still on its way.
     const QString localPath = local.filePath(name);
