@@ -1,11 +1,10 @@
-// Upload and download round trips through the real window and the virtual board.
+// Uploads and downloads through the real window: the calls sent, checksums, failures and questions.
+// Round trips of every size at every chunk run in the delivery-mode suite.
 #include "morvexwindowprobe.h"
 #include "testsupport.h"
 #include "virtualboard.h"
 
 #include <QAction>
-#include <QBuffer>
-#include <QFile>
 #include <QProgressBar>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -13,26 +12,14 @@
 
 #include <memory>
 
-namespace {
-// The board path prefix and the host-relative path of a board file.
-QString boardPath(int family, const QString &name)
-{
-    return (family ? QStringLiteral("/") : QStringLiteral("/flash/")) + name;
-}
-} // namespace
-
 class tst_Transfer : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void cleanupTestCase();
-    void roundTrip_data();
-    void roundTrip();
-    void emptyUploadPackets();
-    void chunkSize_data();
-    void chunkSize();
+    void uploadCall_data();
+    void uploadCall();
     void uploadToMissingDirectory();
     void checksumMismatch_data();
     void checksumMismatch();
@@ -42,8 +29,6 @@ private slots:
     void uploadFailures_data();
     void uploadFailures();
     void downloadMissingFile();
-    void targetKeptAsItStands_data();
-    void targetKeptAsItStands();
     void downloadOverwriteQuestion_data();
     void downloadOverwriteQuestion();
     void forbiddenCharacters_data();
@@ -60,11 +45,6 @@ private:
     QTemporaryDir local;
     std::unique_ptr<Session> sessions[2];
 };
-
-void tst_Transfer::initTestCase()
-{
-    QVERIFY(local.isValid());
-}
 
 void tst_Transfer::cleanupTestCase()
 {
@@ -86,105 +66,47 @@ tst_Transfer::Session *tst_Transfer::session(int family)
     return s.get();
 }
 
-void tst_Transfer::roundTrip_data()
+void tst_Transfer::uploadCall_data()
 {
-    QTest::addColumn<int>("family");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QVariant>("setting"); // MC/TransferSize
     QTest::addColumn<int>("size");
-    QTest::addColumn<int>("chunk");
+    QTest::addColumn<QByteArrayList>("sent"); // besides the data packets
 
-    // Every size at the default chunk; the others once, past several chunks. The
-    // delivery-mode suite goes through every size at every chunk.
-    for (int family : {0, 1}) {
-        for (int chunk : {32, 512, 1024}) {
-            for (int size : {0, 1, 255, 256, 257, 3000, 65536}) {
-                if (chunk != 512 && size != 3000)
-                    continue;
-                const QByteArray name = QStringLiteral("%1 %2 bytes chunk %3")
-                                            .arg(family ? QStringLiteral("esp32") : QStringLiteral("stm32"))
-                                            .arg(size)
-                                            .arg(chunk)
-                                            .toLatin1();
-                QTest::newRow(name.constData()) << family << size << chunk;
-            }
-        }
-    }
+    QTest::newRow("no setting, empty file") << "empty.bin" << QVariant() << 0
+                                            << QByteArrayList{"_upload('/flash/empty.bin', 512)\x04", "!0000000000",
+                                                              "@0000000000"};
+    QTest::newRow("31 means the default") << "c31.bin" << QVariant(31) << 1000
+                                          << QByteArrayList{"_upload('/flash/c31.bin', 512)\x04"};
+    QTest::newRow("32 is used") << "c32.bin" << QVariant(32) << 1000 << QByteArrayList{"_upload('/flash/c32.bin', 32)\x04"};
+    // uploadData tests no characters: what packages and the editor send reaches the board unchanged.
+    QTest::newRow("percent two kept") << "a%2b.txt" << QVariant() << 7 << QByteArrayList{"_upload('/flash/a%2b.txt', 512)"};
+    QTest::newRow("percent one kept") << "c%1d.txt" << QVariant() << 7 << QByteArrayList{"_upload('/flash/c%1d.txt', 512)"};
 }
 
-void tst_Transfer::roundTrip()
+void tst_Transfer::uploadCall()
 {
-    QFETCH(int, family);
+    QFETCH(QString, name);
+    QFETCH(QVariant, setting);
     QFETCH(int, size);
-    QFETCH(int, chunk);
-    Session *s = session(family);
-    QVERIFY(s);
-    MorvexWindow &w = *s->window;
-    QSettings().setValue(QStringLiteral("MC/TransferSize"), chunk);
-
-    const QString name = QStringLiteral("rt_%1_%2.bin").arg(size).arg(chunk);
-    QByteArray data = randomBytes(size, quint32(size * 31 + chunk + family));
-    QBuffer source(&data);
-    QVERIFY(source.open(QIODevice::ReadOnly));
-    QVERIFY(w.uploadData(source, boardPath(family, name)));
-    QCOMPARE(s->board.readFile(name), data);
-    QVERIFY(syslogMessages(w).contains(QStringLiteral("Finished uploading to %1").arg(boardPath(family, name))));
-    QVERIFY(w.findChild<QAction *>("actionUpload")->isEnabled());
-    QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
-
-    const QString localPath = local.filePath(name);
-    // As after every upload in the program, the board's re-prompt is taken in before the next operation.
-    w.settleBoard(false);
-    QVERIFY(w.downloadToFile(boardPath(family, name), localPath));
-    QVERIFY2(syslogMessages(w).contains(QStringLiteral("Download from %1 completed").arg(boardPath(family, name))),
-             qPrintable(syslogMessages(w).mid(syslogMessages(w).size() - 5).join('\n')));
-    QFile downloaded(localPath);
-    QVERIFY(downloaded.open(QIODevice::ReadOnly));
-    QCOMPARE(downloaded.readAll(), data);
-}
-
-void tst_Transfer::emptyUploadPackets()
-{
+    QFETCH(QByteArrayList, sent);
     Session *s = session(0);
     QVERIFY(s);
-    QSettings().remove(QStringLiteral("MC/TransferSize"));
-    QByteArray empty;
-    QBuffer source(&empty);
-    QVERIFY(source.open(QIODevice::ReadOnly));
+    if (setting.isValid())
+        QSettings().setValue(QStringLiteral("MC/TransferSize"), setting);
+    else
+        QSettings().remove(QStringLiteral("MC/TransferSize"));
+    const QByteArray data = randomBytes(size, 11);
     const int before = s->board.received().size();
-    QVERIFY(s->window->uploadData(source, QStringLiteral("/flash/empty.bin")));
-    const QByteArray sent = s->board.received().mid(before);
-    QVERIFY(sent.contains("_upload('/flash/empty.bin', 512)\x04"));
-    QVERIFY(sent.contains("!0000000000"));
-    QVERIFY(sent.contains("@0000000000"));
+    QVERIFY(uploadBytes(*s->window, data, QStringLiteral("/flash/") + name));
+    QSettings().remove(QStringLiteral("MC/TransferSize"));
+    // The re-prompt ends an upload; the next row counts from behind it.
     QVERIFY(waitFor([&] { return s->board.received().endsWith("\x01"); }, 5000));
-    QVERIFY(s->board.exists(QStringLiteral("empty.bin")));
-    QCOMPARE(s->board.readFile(QStringLiteral("empty.bin")).size(), 0);
-}
-
-void tst_Transfer::chunkSize_data()
-{
-    QTest::addColumn<int>("setting");
-    QTest::addColumn<int>("chunk");
-
-    QTest::newRow("31 means the default") << 31 << 512;
-    QTest::newRow("32 is used") << 32 << 32;
-}
-
-void tst_Transfer::chunkSize()
-{
-    QFETCH(int, setting);
-    QFETCH(int, chunk);
-    Session *s = session(1);
-    QVERIFY(s);
-    QSettings().setValue(QStringLiteral("MC/TransferSize"), setting);
-    QByteArray data = randomBytes(1000, 11);
-    QBuffer source(&data);
-    QVERIFY(source.open(QIODevice::ReadOnly));
-    const int before = s->board.received().size();
-    QVERIFY(s->window->uploadData(source, QStringLiteral("/chunks.bin")));
-    QSettings().remove(QStringLiteral("MC/TransferSize"));
-    const QByteArray call = QStringLiteral("_upload('/chunks.bin', %1)\x04").arg(chunk).toLatin1();
-    QVERIFY(s->board.received().mid(before).contains(call));
-    QCOMPARE(s->board.readFile(QStringLiteral("chunks.bin")), data);
+    const QByteArray received = s->board.received().mid(before);
+    for (const QByteArray &packet : sent)
+        QVERIFY2(received.contains(packet), packet.constData());
+    QCOMPARE(s->board.readFile(name), data);
+    QVERIFY(s->board.exists(name));
 }
 
 void tst_Transfer::uploadToMissingDirectory()
@@ -192,22 +114,17 @@ void tst_Transfer::uploadToMissingDirectory()
     Session *s = session(0);
     QVERIFY(s);
     MorvexWindow &w = *s->window;
-    QByteArray data = randomBytes(700, 7);
-    QBuffer source(&data);
-    QVERIFY(source.open(QIODevice::ReadOnly));
-    QVERIFY(!w.uploadData(source, QStringLiteral("/flash/nodir/x.bin")));
+    QVERIFY(!uploadBytes(w, randomBytes(700, 7), QStringLiteral("/flash/nodir/x.bin")));
     QCOMPARE(syslogMessages(w).constLast(), QStringLiteral("Transmission error. Aborted"));
     QVERIFY(!s->board.exists(QStringLiteral("nodir")));
     // The board actions stay off after a failure. The swallowed packet is a half
     // command in the raw REPL, which Ctrl-C discards silently: Abort fails, Reset helps.
-    QVERIFY(!w.findChild<QAction *>("actionUpload")->isEnabled());
-    QVERIFY(w.findChild<QAction *>("actionAbort")->isEnabled());
-    w.findChild<QAction *>("actionAbort")->trigger();
+    QVERIFY(!windowAction(w, "actionUpload")->isEnabled());
+    QVERIFY(windowAction(w, "actionAbort")->isEnabled());
+    windowAction(w, "actionAbort")->trigger();
     QCOMPARE(syslogMessages(w).constLast(), QStringLiteral("Abort failed"));
-    w.findChild<QAction *>("actionReset")->trigger();
-    QVERIFY2(waitFor([&] { return w.findChild<QAction *>("actionUpload")->isEnabled(); }, 15000),
-             qPrintable(syslogMessages(w).mid(syslogMessages(w).size() - 15).join(QLatin1Char('\n'))
-                        + s->board.errors() + QString::fromLatin1(s->board.transcript().right(600))));
+    windowAction(w, "actionReset")->trigger();
+    QVERIFY2(waitFor([&] { return windowAction(w, "actionUpload")->isEnabled(); }, 15000), qPrintable(syslogText(w)));
 }
 
 void tst_Transfer::checksumMismatch_data()
@@ -227,10 +144,7 @@ void tst_Transfer::checksumMismatch()
     QVERIFY(connectBoard(w, board, 0));
     const QByteArray data = QByteArray("The quick brown fox jumps over the lazy dog. ").repeated(20);
     if (upload) {
-        QByteArray copy = data;
-        QBuffer source(&copy);
-        QVERIFY(source.open(QIODevice::ReadOnly));
-        QVERIFY(!w.uploadData(source, QStringLiteral("/flash/bad.txt")));
+        QVERIFY(!uploadBytes(w, data, QStringLiteral("/flash/bad.txt")));
         const QString last = syslogMessages(w).constLast();
         // "#4" and the board's text, as hexadecimal digits.
         QVERIFY2(last.startsWith(QStringLiteral("Invalid reply 2334")) && last.endsWith(QStringLiteral(". Aborted")),
@@ -248,16 +162,11 @@ void tst_Transfer::boardSumMustFitIn32Bits()
 {
     // A replaced download script that reports an unmasked sum: its high half
     // is not 0, so the download is reported as a mismatch.
-    QFile original(QStringLiteral(":/data/download.py"));
-    QVERIFY(original.open(QIODevice::ReadOnly));
-    QByteArray script = original.readAll();
+    QByteArray script = readLocalFile(QStringLiteral(":/data/download.py"));
     QVERIFY(script.contains("csum & 0xFFFFFFFF"));
     script.replace("csum & 0xFFFFFFFF", "(csum & 0xFFFFFFFF) + (1 << 32)");
     const QString path = local.filePath(QStringLiteral("unmasked.py"));
-    QFile replacement(path);
-    QVERIFY(replacement.open(QIODevice::WriteOnly));
-    replacement.write(script);
-    replacement.close();
+    QVERIFY(writeLocalFile(path, script));
     QSettings().setValue(QStringLiteral("Scripts/Download"), path);
 
     Session *s = session(1);
@@ -269,7 +178,7 @@ void tst_Transfer::boardSumMustFitIn32Bits()
     QVERIFY2(syslogMessages(*s->window).contains(QStringLiteral("File downloaded with errors!! (checksum mismatch %1 vs %2")
                                                      .arg((quint64(1) << 32) + sum)
                                                      .arg(sum)),
-             qPrintable(syslogMessages(*s->window).mid(syslogMessages(*s->window).size() - 4).join('\n')));
+             qPrintable(syslogText(*s->window)));
 }
 
 void tst_Transfer::sumPastTwoTo32()
@@ -280,10 +189,7 @@ void tst_Transfer::sumPastTwoTo32()
     QVERIFY(s->board.writeFile(QStringLiteral("huge.bin"), data));
     QVERIFY(s->window->downloadToFile(QStringLiteral("/huge.bin"), local.filePath(QStringLiteral("huge.bin"))));
     QVERIFY(syslogMessages(*s->window).contains(QStringLiteral("Download from /huge.bin completed")));
-    QFile downloaded(local.filePath(QStringLiteral("huge.bin")));
-    QVERIFY(downloaded.open(QIODevice::ReadOnly));
-    QCOMPARE(downloaded.size(), qint64(data.size()));
-    QCOMPARE(downloaded.readAll(), data);
+    QVERIFY(readLocalFile(local.filePath(QStringLiteral("huge.bin"))) == data);
 }
 
 void tst_Transfer::boardVanishesDuringUpload()
@@ -292,10 +198,7 @@ void tst_Transfer::boardVanishesDuringUpload()
     QVERIFY(board.start({QStringLiteral("--drop-after"), QStringLiteral("6000")}));
     MorvexWindow w;
     QVERIFY(connectBoard(w, board, 0));
-    QByteArray data = randomBytes(20000, 3);
-    QBuffer source(&data);
-    QVERIFY(source.open(QIODevice::ReadOnly));
-    QVERIFY(!w.uploadData(source, QStringLiteral("/flash/big.bin")));
+    QVERIFY(!uploadBytes(w, randomBytes(20000, 3), QStringLiteral("/flash/big.bin")));
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Connection closed")));
     QVERIFY(syslogMessages(w).contains(QStringLiteral("Transmission error. Aborted")));
     QVERIFY(!MorvexWindowProbe::port(w).isOpen());
@@ -353,10 +256,7 @@ void tst_Transfer::uploadFailures()
                                : stage == QLatin1String("data") ? QByteArray("c2lsZW50") : QByteArray("@");
     ActWhen pressAbort([&] { return abort && s->board.received().mid(sentBefore).contains(awaited); },
                        [&] { windowAction(w, "actionAbort")->trigger(); });
-    QByteArray data("silent");
-    QBuffer source(&data);
-    QVERIFY(source.open(QIODevice::ReadOnly));
-    QVERIFY(!w.uploadData(source, QStringLiteral("/flash/%1.txt").arg(stage)));
+    QVERIFY(!uploadBytes(w, "silent", QStringLiteral("/flash/%1.txt").arg(stage)));
     QSettings().remove(QStringLiteral("Scripts/Upload"));
     const QStringList log = syslogMessages(w).mid(logBefore);
     QVERIFY2(log.contains(message), qPrintable(log.join(QLatin1Char('\n'))));
@@ -385,28 +285,6 @@ void tst_Transfer::downloadMissingFile()
              qPrintable(syslogText(*s->window)));
 }
 
-void tst_Transfer::targetKeptAsItStands_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::newRow("percent two") << "a%2b.txt";
-    QTest::newRow("percent one") << "c%1d.txt";
-}
-
-void tst_Transfer::targetKeptAsItStands()
-{
-    // uploadData tests no characters: what packages and the editor send must reach the board unchanged.
-    QFETCH(QString, name);
-    Session *s = session(0);
-    QVERIFY(s);
-    QSettings().remove(QStringLiteral("MC/TransferSize"));
-    QByteArray data("percent");
-    QBuffer source(&data);
-    QVERIFY(source.open(QIODevice::ReadOnly));
-    QVERIFY(s->window->uploadData(source, QStringLiteral("/flash/") + name));
-    QVERIFY(s->board.received().contains(QStringLiteral("_upload('/flash/%1', 512)").arg(name).toLatin1()));
-    QCOMPARE(s->board.readFile(name), data);
-}
-
 void tst_Transfer::downloadOverwriteQuestion_data()
 {
     QTest::addColumn<bool>("yes");
@@ -423,10 +301,8 @@ void tst_Transfer::downloadOverwriteQuestion()
     QVERIFY(s->board.writeFile(QStringLiteral("dl.txt"), "board content"));
     w.setPcFolder(local.path());
     w.changeBoardDir(QStringLiteral("/flash"));
-    QFile existing(local.filePath(QStringLiteral("dl.txt")));
-    QVERIFY(existing.open(QIODevice::WriteOnly));
-    existing.write("local content");
-    existing.close();
+    const QString localPath = local.filePath(QStringLiteral("dl.txt"));
+    QVERIFY(writeLocalFile(localPath, "local content"));
 
     const QModelIndex row = boardRow(w, QStringLiteral("dl.txt"));
     QVERIFY(row.isValid());
@@ -434,10 +310,9 @@ void tst_Transfer::downloadOverwriteQuestion()
     QScopedPointer<DialogAnswerer> answer(DialogAnswerer::messageBox(yes ? QMessageBox::Yes : QMessageBox::No));
     w.downloadEntry(row);
     QCOMPARE(answer->answered(), 1);
-    QCOMPARE(answer->texts().value(0), QStringLiteral("File %1 exists. Overwrite?").arg(local.filePath(QStringLiteral("dl.txt"))));
+    QCOMPARE(answer->texts().value(0), QStringLiteral("File %1 exists. Overwrite?").arg(localPath));
     QCOMPARE(answer->titles().value(0), QStringLiteral("Download file"));
-    QVERIFY(existing.open(QIODevice::ReadOnly));
-    QCOMPARE(existing.readAll(), yes ? QByteArray("board content") : QByteArray("local content"));
+    QCOMPARE(readLocalFile(localPath), yes ? QByteArray("board content") : QByteArray("local content"));
     if (!yes)
         QCOMPARE(s->board.received().size(), before);
 }
@@ -463,16 +338,13 @@ void tst_Transfer::forbiddenCharacters()
     Session *s = session(0);
     QVERIFY(s);
     const QString localFile = local.filePath(QStringLiteral("chars.txt"));
-    QFile file(localFile);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("abc");
-    file.close();
+    QVERIFY(writeLocalFile(localFile, "abc"));
     const int before = s->board.received().size();
     QCOMPARE(s->window->uploadFile(localFile, target), allowed);
     // The re-prompt ends an upload; the rows after this one count from behind it.
-    if (allowed)
+    if (allowed) {
         QVERIFY(waitFor([&] { return s->board.received().endsWith("\x01"); }, 5000));
-    if (!allowed) {
+    } else {
         QVERIFY(syslogMessages(*s->window).constLast().startsWith(QStringLiteral("Cannot upload - forbidden character ")));
         QCOMPARE(s->board.received().size(), before);
     }

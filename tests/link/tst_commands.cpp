@@ -4,10 +4,8 @@
 #include "virtualboard.h"
 
 #include <QAction>
-#include <QCryptographicHash>
 #include <QElapsedTimer>
 #include <QSettings>
-#include <QTabWidget>
 #include <QTest>
 #include <QTimer>
 
@@ -25,10 +23,6 @@ private slots:
     void boardHash();
     void startFolder_data();
     void startFolder();
-    void launchWithVanishingPort();
-    void launchAndAbort();
-    void reset_data();
-    void reset();
     void dfu();
     void writeFails_data();
     void writeFails();
@@ -102,8 +96,6 @@ void tst_Commands::startFolder_data()
     QTest::addColumn<QString>("stored");
     QTest::addColumn<QString>("listed");
 
-    QTest::newRow("stm32 default") << 0 << "" << "/flash/";
-    QTest::newRow("esp32 default") << 1 << "" << "/";
     QTest::newRow("stm32 stored folder") << 0 << "/flash/lib" << "/flash/lib/";
     QTest::newRow("stm32 stored folder gone") << 0 << "/flash/nothere" << "/flash/";
     QTest::newRow("esp32 stored folder") << 1 << "/lib" << "/lib/";
@@ -122,77 +114,6 @@ void tst_Commands::startFolder()
     QVERIFY(connectBoard(w, board, family));
     QCOMPARE(MorvexWindowProbe::mcModel(w).rootPath, listed);
     QCOMPARE(MorvexWindowProbe::mcType(w), family ? MorvexWindow::MC_ESP32 : MorvexWindow::MC_STM32);
-}
-
-void tst_Commands::launchWithVanishingPort()
-{
-    VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--reset-mode"), QStringLiteral("usb"), QStringLiteral("--reset-delay"),
-                         QStringLiteral("500")}));
-    MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
-    windowAction(w, "actionLaunch")->trigger();
-    QVERIFY(syslogMessages(w).contains(QStringLiteral("Launching...")));
-    QVERIFY(waitFor([&] { return board.received().contains("import machine; machine.reset()\r\n"); }, 5000));
-    // The port comes back as a monitor: the board keeps running.
-    QVERIFY2(waitFor([&] { return terminalMessages(w).contains(QStringLiteral("Opened connection to %1").arg(board.portPath())); }, 10000),
-             qPrintable(syslogText(w)));
-    QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
-    QVERIFY(!MorvexWindowProbe::stopOnConnect(w));
-    QVERIFY(inOrder(syslogMessages(w), {QStringLiteral("Launching..."), QStringLiteral("Connection closed"),
-                                        QStringLiteral("Reconnecting.... Please wait.")}));
-}
-
-void tst_Commands::launchAndAbort()
-{
-    VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--reset-mode"), QStringLiteral("uart"), QStringLiteral("--reset-delay"),
-                         QStringLiteral("200")}));
-    // The board's program, run after the reset: it prints until interrupted.
-    QVERIFY(board.writeFile(QStringLiteral("main.py"),
-                            "import time\nn = 0\nwhile True:\n    print('tick', n)\n    n += 1\n    time.sleep_ms(50)\n"));
-    MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
-    windowAction(w, "actionLaunch")->trigger();
-    QCOMPARE(w.state(), MorvexWindow::MC_RUNNING);
-    QCOMPARE(w.findChild<QTabWidget *>("logTabWidget")->currentIndex(), 0);
-    QVERIFY(waitFor([&] { return terminalMessages(w).contains(QStringLiteral("tick 3")); }, 10000));
-
-    windowAction(w, "actionAbort")->trigger();
-    QVERIFY(terminalMessages(w).contains(QStringLiteral("Execution aborted")));
-    QVERIFY(syslogMessages(w).contains(QStringLiteral("Stopped")));
-    QCOMPARE(w.state(), MorvexWindow::MC_REPL);
-    QVERIFY(windowAction(w, "actionUpload")->isEnabled());
-}
-
-void tst_Commands::reset_data()
-{
-    QTest::addColumn<QString>("mode");
-    QTest::newRow("port survives") << "uart";
-    QTest::newRow("port vanishes") << "usb";
-}
-
-void tst_Commands::reset()
-{
-    QFETCH(QString, mode);
-    VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--reset-mode"), mode, QStringLiteral("--reset-delay"), QStringLiteral("300")}));
-    MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
-    const int announcedBefore = int(syslogMessages(w).filter(QStringLiteral("Connected to micropython board")).size());
-    windowAction(w, "actionReset")->trigger();
-    QVERIFY(syslogMessages(w).contains(QStringLiteral("Resetting...")));
-    if (mode == QLatin1String("uart"))
-        QCOMPARE(w.state(), MorvexWindow::MC_REPL);
-    QVERIFY(!windowAction(w, "actionUpload")->isEnabled());
-    QVERIFY(windowAction(w, "actionAbort")->isEnabled());
-    QVERIFY2(waitFor([&] {
-                 return syslogMessages(w).filter(QStringLiteral("Connected to micropython board")).size() > announcedBefore
-                        && windowAction(w, "actionUpload")->isEnabled();
-             }, 15000),
-             qPrintable(syslogText(w)));
-    QCOMPARE(board.received().count("import machine; machine.reset(1)\r\n"), 1);
-    QCOMPARE(syslogMessages(w).contains(QStringLiteral("Reconnecting.... Please wait.")), mode == QLatin1String("usb"));
 }
 
 void tst_Commands::dfu()

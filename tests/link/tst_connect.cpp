@@ -26,51 +26,22 @@ class tst_Connect : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void normalConnect();
+    void init() { sandbox.clear(); }
     void monitorOnly();
-    void resetWithSurvivingPort();
-    void resetWithVanishingPort();
+    void resetAtConnect_data();
+    void resetAtConnect();
     void silentBoard();
     void rawReplEnterAndLeave();
     void executionAborted();
-    void portLoss_data();
     void portLoss();
     void portErrors_data();
     void portErrors();
     void connectWhileOpenDisconnects();
-    void unopenablePort();
 
 private:
     SettingsSandbox sandbox;
     VirtualBoard monitored; // shared by the rows of portErrors
 };
-
-void tst_Connect::init()
-{
-    sandbox.clear();
-}
-
-void tst_Connect::normalConnect()
-{
-    VirtualBoard board;
-    QVERIFY(board.start());
-    MorvexWindow w;
-    connectThroughPopup(w, board, 0);
-    QVERIFY2(waitFor([&] { return announced(w); }, 15000), qPrintable(syslogText(w)));
-    QVERIFY(waitFor([&] { return w.state() == MorvexWindow::MC_REPL && w.findChild<QGroupBox *>("fileSystemGroup")->isEnabled(); }, 5000));
-
-    const QStringList log = syslogMessages(w);
-    QVERIFY2(inOrder(log, {QStringLiteral("Connected to %1").arg(board.portPath()), QStringLiteral("REPL initialized"),
-                           boardLine}),
-             qPrintable(log.join('\n')));
-    const QByteArray received = board.received();
-    QVERIFY2(received.startsWith("\x02\x03import os;print(os.uname())\r\n"), received.constData());
-    QCOMPARE(w.findChild<QTabWidget *>("logTabWidget")->currentIndex(), 1);
-    QVERIFY(w.findChild<QToolBar *>("b_actionsToolBar")->isEnabled());
-    QVERIFY(windowAction(w, "actionUpload")->isEnabled());
-    QCOMPARE(MorvexWindowProbe::portName(w), board.portPath());
-}
 
 void tst_Connect::monitorOnly()
 {
@@ -90,47 +61,49 @@ void tst_Connect::monitorOnly()
     QVERIFY(!waitFor([&] { return !board.received().isEmpty(); }, 600));
 }
 
-void tst_Connect::resetWithSurvivingPort()
+void tst_Connect::resetAtConnect_data()
 {
-    VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--reset-mode"), QStringLiteral("uart"), QStringLiteral("--reset-delay"),
-                         QStringLiteral("200")}));
-    MorvexWindow w;
-    windowAction(w, "actionReset_MC")->setChecked(true);
-    connectThroughPopup(w, board, 0);
-    QVERIFY2(waitFor([&] { return announced(w); }, 15000), qPrintable(syslogText(w)));
-    QVERIFY(!windowAction(w, "actionReset_MC")->isChecked());
-    const QStringList log = syslogMessages(w);
-    QVERIFY(inOrder(log, {QStringLiteral("REPL initialized"), QStringLiteral("MC initialization..."), boardLine}));
-    QVERIFY(!log.contains(QStringLiteral("Connection deferred...")));
-    QCOMPARE(board.received().count("import machine; machine.reset(1)\r\n"), 1);
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<QString>("delay");
+    QTest::addColumn<QStringList>("story"); // in this order; %1 is the port
+
+    QTest::newRow("port survives") << "uart" << "200"
+                                   << QStringList{"REPL initialized", "MC initialization...", boardLine};
+    QTest::newRow("port vanishes") << "usb" << "600"
+                                   << QStringList{"Connection closed", "Reconnecting.... Please wait.",
+                                                  "Reconnect attempt 1 of 10", "Reconnecting to %1", "Connected to %1",
+                                                  boardLine};
 }
 
-void tst_Connect::resetWithVanishingPort()
+void tst_Connect::resetAtConnect()
 {
+    QFETCH(QString, mode);
+    QFETCH(QString, delay);
+    QFETCH(QStringList, story);
+    const bool vanishes = mode == QLatin1String("usb");
     VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--reset-mode"), QStringLiteral("usb"), QStringLiteral("--reset-delay"),
-                         QStringLiteral("600")}));
+    QVERIFY(board.start({QStringLiteral("--reset-mode"), mode, QStringLiteral("--reset-delay"), delay}));
     MorvexWindow w;
     windowAction(w, "actionReset_MC")->setChecked(true);
     connectThroughPopup(w, board, 0);
     QVERIFY2(waitFor([&] { return announced(w); }, 20000), qPrintable(syslogText(w)));
     QVERIFY(!windowAction(w, "actionReset_MC")->isChecked());
     const QStringList log = syslogMessages(w);
-    QVERIFY2(inOrder(log, {QStringLiteral("Connection closed"), QStringLiteral("Reconnecting.... Please wait."),
-                           QStringLiteral("Reconnect attempt 1 of 10"),
-                           QStringLiteral("Reconnecting to %1").arg(board.portPath()),
-                           QStringLiteral("Connected to %1").arg(board.portPath()), boardLine}),
-             qPrintable(log.join('\n')));
-    // The board drops its port at once; only a machine too busy to notice within
-    // the 100 ms pause settles the board first instead of deferring.
-    QVERIFY(log.contains(QStringLiteral("Connection deferred..."))
-            || log.contains(QStringLiteral("MC initialization...")));
+    for (QString &line : story)
+        line.replace(QLatin1String("%1"), board.portPath());
+    QVERIFY2(inOrder(log, story), qPrintable(log.join('\n')));
+    // A vanishing port defers the connect, unless the machine was too busy to notice
+    // within the 100 ms pause and settled the board first.
+    if (vanishes)
+        QVERIFY(log.contains(QStringLiteral("Connection deferred...")) || log.contains(QStringLiteral("MC initialization...")));
+    else
+        QVERIFY(!log.contains(QStringLiteral("Connection deferred...")));
     QVERIFY(!log.contains(QStringLiteral("Fatal communication error")));
-    // The second connect takes control again but sends no second reset.
+    // A connect after the board came back takes control again but sends no second reset.
     const QByteArray received = board.received();
-    QCOMPARE(received.count("machine.reset(1)"), 1);
-    QVERIFY(received.indexOf("\x02\x03", received.indexOf("machine.reset(1)")) > 0);
+    QCOMPARE(received.count("import machine; machine.reset(1)\r\n"), 1);
+    if (vanishes)
+        QVERIFY(received.indexOf("\x02\x03", received.indexOf("machine.reset(1)")) > 0);
 }
 
 void tst_Connect::silentBoard()
@@ -179,35 +152,20 @@ void tst_Connect::executionAborted()
     QCOMPARE(terminalMessages(w).size(), 1);
 }
 
-void tst_Connect::portLoss_data()
-{
-    QTest::addColumn<bool>("reconnect");
-    QTest::newRow("no reconnect") << false;
-    QTest::newRow("automatic reconnect") << true;
-}
-
 void tst_Connect::portLoss()
 {
-    QFETCH(bool, reconnect);
+    // With automatic reconnect the loss starts the reconnect attempts instead.
     VirtualBoard board;
     QVERIFY(board.start());
     MorvexWindow w;
-    windowAction(w, "actionAutomatic_Reconnect")->setChecked(reconnect);
-    connectThroughPopup(w, board, 0);
-    QVERIFY(waitFor([&] { return announced(w); }, 15000));
+    QVERIFY(connectBoard(w, board, 0));
     board.stop();
     QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Connection closed")); }, 5000));
-    QCOMPARE(syslogMessages(w).contains(QStringLiteral("Fatal communication error")), !reconnect);
+    QVERIFY(syslogMessages(w).contains(QStringLiteral("Fatal communication error")));
+    QVERIFY(!syslogMessages(w).contains(QStringLiteral("Reconnecting.... Please wait.")));
     QVERIFY(!MorvexWindowProbe::port(w).isOpen());
     QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
     QVERIFY(!w.findChild<QToolBar *>("b_actionsToolBar")->isEnabled());
-    if (reconnect) {
-        QVERIFY(syslogMessages(w).contains(QStringLiteral("Reconnecting.... Please wait.")));
-        QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Reconnection attempts exhausted")); }, 10000));
-        QVERIFY(syslogMessages(w).contains(QStringLiteral("Reconnect attempt 10 of 10")));
-    } else {
-        QVERIFY(!syslogMessages(w).contains(QStringLiteral("Reconnecting.... Please wait.")));
-    }
 }
 
 void tst_Connect::portErrors_data()
@@ -248,18 +206,6 @@ void tst_Connect::connectWhileOpenDisconnects()
     QVERIFY(!syslogMessages(w).contains(QStringLiteral("Connection closed")));
     QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
     QCOMPARE(MorvexWindowProbe::mcModel(w).rowCount(), 0);
-}
-
-void tst_Connect::unopenablePort()
-{
-    MorvexWindow w;
-    QSerialPort &port = MorvexWindowProbe::port(w);
-    port.setPortName(QStringLiteral("/nonexistent/ttyNothing"));
-    QVERIFY(!w.openPort());
-    const QString expected = QStringLiteral("Cannot connect to /nonexistent/ttyNothing: ");
-    QVERIFY(syslogMessages(w).constFirst().startsWith(expected));
-    QVERIFY(terminalMessages(w).constFirst().startsWith(expected));
-    QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
 }
 
 QTEST_MAIN(tst_Connect)

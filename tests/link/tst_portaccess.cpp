@@ -38,10 +38,8 @@ public:
     QString slave;
 };
 
-// Root may open any file whatever its mode. Without these two capabilities in
-// its effective set it is held to the mode bits like any other user, which is
-// what the test needs. Linux keeps capabilities per thread, and the port is
-// opened on this one; the permitted set keeps them, so they come back after.
+// Without these two effective capabilities root is held to the mode bits like any
+// other user. They are per thread (the port opens on this one) and stay permitted.
 class FileAccessCapabilitiesDropped
 {
 public:
@@ -101,18 +99,13 @@ class tst_PortAccess : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init() { sandbox.clear(); }
     void refusedPort_data();
     void refusedPort();
 
 private:
     SettingsSandbox sandbox;
 };
-
-void tst_PortAccess::init()
-{
-    sandbox.clear();
-}
 
 void tst_PortAccess::refusedPort_data()
 {

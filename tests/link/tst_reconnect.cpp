@@ -158,6 +158,7 @@ void tst_Reconnect::follow()
         const QStringList log = syslogMessages(w).mid(before);
         QVERIFY(inOrder(log, {attempt(1), attempt(10), exhausted}));
         QVERIFY(log.filter(QStringLiteral("Reconnecting to")).isEmpty());
+        QVERIFY(!log.contains(QStringLiteral("Fatal communication error")));
         QVERIFY(!log.contains(attempt(11)));
         QVERIFY(!MorvexWindowProbe::port(w).isOpen());
         QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);

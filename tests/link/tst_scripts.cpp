@@ -4,8 +4,6 @@
 #include "virtualboard.h"
 
 #include <QAction>
-#include <QBuffer>
-#include <QFile>
 #include <QGroupBox>
 #include <QTemporaryDir>
 #include <QTest>
@@ -18,8 +16,6 @@ class tst_Scripts : public QObject
 
 private slots:
     void init() { sandbox.clear(); }
-    void everyScriptLoads_data();
-    void everyScriptLoads();
     void debugEcho_data();
     void debugEcho();
     void loadMissingScript();
@@ -32,38 +28,6 @@ private slots:
 private:
     SettingsSandbox sandbox;
 };
-
-void tst_Scripts::everyScriptLoads_data()
-{
-    QTest::addColumn<QString>("family");
-    QTest::addColumn<QString>("script");
-    const QStringList scripts = {"upload", "upload_e", "download", "remove", "remove_e", "rmdir", "rmdir_e",
-                                 "direxists", "hash", "debug"};
-    for (const char *family : {"stm32", "esp32"}) {
-        for (const QString &script : scripts) {
-            // The STM32 variants need pyb; ESP32 boards have none.
-            if (QLatin1String(family) == QLatin1String("esp32") && !script.endsWith(QLatin1String("_e"))
-                && QStringList{"upload", "remove", "rmdir"}.contains(script))
-                continue;
-            QTest::newRow(qPrintable(QLatin1String(family) + QLatin1Char(' ') + script)) << QString::fromLatin1(family) << script;
-        }
-    }
-}
-
-void tst_Scripts::everyScriptLoads()
-{
-    QFETCH(QString, family);
-    QFETCH(QString, script);
-    VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--family"), family}));
-    MorvexWindow w;
-    MorvexWindowProbe::mcType(w) = family == QLatin1String("esp32") ? MorvexWindow::MC_ESP32 : MorvexWindow::MC_STM32;
-    QVERIFY(monitorBoard(w, board, family == QLatin1String("esp32") ? 1 : 0));
-    QVERIFY(w.loadScript(QStringLiteral(":/data/%1.py").arg(script)));
-    QCOMPARE(w.state(), MorvexWindow::MC_RAW);
-    // Running the text only defines functions: no error may come back.
-    QVERIFY2(!board.sent().contains("Traceback"), board.sent().constData());
-}
 
 void tst_Scripts::debugEcho_data()
 {
@@ -125,8 +89,6 @@ void tst_Scripts::runScriptLines_data()
     QTest::addColumn<QStringList>("shown");
     QTest::addColumn<QStringList>("hidden");
 
-    QTest::newRow("'>' in mid-line does not end the run")
-        << QByteArray("print('a>b')\nprint('c')\n") << QStringList{">>a>b", ">>c"} << QStringList();
     QTest::newRow("a line ending in '>' ends the run")
         << QByteArray("import time\nprint('end>')\ntime.sleep(0.5)\nprint('after')\n")
         << QStringList{">>end>"} << QStringList{">>after"};
@@ -210,10 +172,7 @@ void tst_Scripts::gatingWalk()
     QTimer probe;
     connect(&probe, &QTimer::timeout, &w, [&] { offDuringUpload = offDuringUpload || !upload->isEnabled(); });
     probe.start(5);
-    QByteArray data(2000, 'z');
-    QBuffer source(&data);
-    QVERIFY(source.open(QIODevice::ReadOnly));
-    QVERIFY2(w.uploadData(source, QStringLiteral("/flash/z.txt")), board.transcript().right(3000).constData());
+    QVERIFY2(uploadBytes(w, QByteArray(2000, 'z'), QStringLiteral("/flash/z.txt")), qPrintable(syslogText(w)));
     probe.stop();
     QVERIFY(offDuringUpload);
     QVERIFY(upload->isEnabled());

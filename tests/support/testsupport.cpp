@@ -7,6 +7,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QBuffer>
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -221,6 +222,12 @@ QModelIndex boardRow(MorvexWindow &window, const QString &name)
             return model.index(i, 0);
     }
     return QModelIndex();
+}
+
+bool uploadBytes(MorvexWindow &window, QByteArray data, const QString &target)
+{
+    QBuffer source(&data);
+    return source.open(QIODevice::ReadOnly) && window.uploadData(source, target);
 }
 
 bool writeLocalFile(const QString &path, const QByteArray &data)

@@ -113,6 +113,9 @@ bool inOrder(const QStringList &messages, const QStringList &expected);
 QAction *windowAction(MorvexWindow &window, const char *name);
 QModelIndex boardRow(MorvexWindow &window, const QString &name);
 
+// Uploads data to the board path target through the window's uploadData.
+bool uploadBytes(MorvexWindow &window, QByteArray data, const QString &target);
+
 // Writes a local file, making its folders; true when all was written.
 bool writeLocalFile(const QString &path, const QByteArray &data);
 // The whole content of a local file; empty if it cannot be read.

@@ -138,11 +138,6 @@ QByteArray VirtualBoard::received() const
     return joinDirection(transcript(), QByteArrayLiteral(">> "));
 }
 
-QByteArray VirtualBoard::sent() const
-{
-    return joinDirection(transcript(), QByteArrayLiteral("<< "));
-}
-
 QString VirtualBoard::errors() const
 {
     auto &process = const_cast<QProcess &>(m_process);

@@ -25,9 +25,8 @@ public:
     QString fsPath() const;
     QString transcriptPath() const;
     QByteArray transcript() const;
-    // All bytes the board received (">>" lines) or sent ("<<" lines), joined.
+    // All bytes the board received (">>" lines of the transcript), joined.
     QByteArray received() const;
-    QByteArray sent() const;
     QString errors() const; // what the simulator wrote to stderr so far
 
     QByteArray readFile(const QString &boardRelative) const;

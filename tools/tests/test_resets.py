@@ -1,12 +1,10 @@
 """Soft resets, machine.reset() in each reset mode, and DFU."""
 
 import os
-import shutil
-import tempfile
 import time
 import unittest
 
-from .boardproc import Link, VirtualBoard, to_raw
+from .boardproc import Link, VirtualBoard
 
 BANNER = b'Type "help()" for more information.\r\n>>> '
 SCRIPTS = {'boot.py': b"print('boot ran')\nbooted = 1\n", 'main.py': b"print('main ran')\n"}
@@ -28,8 +26,6 @@ class SoftReset(unittest.TestCase):
             # identity, keys, what the board answers
             ('pyboard', b'\x04', b'\r\nMPY: sync filesystems\r\nMPY: soft reboot\r\nboot ran\r\nmain ran\r\n'
              b'MicroPython v1.28.0 on 2026-11-21; PYBv1.1 with STM32F405RG\r\n' + BANNER),
-            ('reference', b'\x04', b'\r\nMPY: soft reboot\r\nboot ran\r\nmain ran\r\n'
-             b'MicroPython v1.28.0 on 2026-11-21; mps2-an385 with Cortex-M3\r\n' + BANNER),
             # the raw REPL runs boot.py again, but not main.py
             ('esp32', b'\x01\x04', b'\r\nraw REPL; CTRL-B to exit\r\n>OK\r\nMPY: soft reboot\r\nboot ran\r\n'
              b'raw REPL; CTRL-B to exit\r\n>'),
@@ -74,22 +70,6 @@ class HardReset(unittest.TestCase):
         link.write(b'booted\r')
         self.assertEqual(link.read_until(b'>>> '), b'booted\r\n1\r\n>>> ')
 
-    def test_usb_port_returns_under_another_link(self):
-        elsewhere = tempfile.mkdtemp(prefix='vboard-other-')
-        self.addCleanup(shutil.rmtree, elsewhere, True)
-        other = os.path.join(elsewhere, 'ttyOther')
-        board, link = self.start('--identity', 'pyboard', '--return-link', other)
-        link.write(b'import machine; machine.reset(1)\r\n')
-        self.assertTrue(wait_for_link(board, False, 1))
-        link.close()
-        deadline = time.monotonic() + 5
-        while not os.path.exists(other) and time.monotonic() < deadline:
-            time.sleep(0.01)
-        self.assertFalse(os.path.lexists(board.link_path))
-        link = board.link = Link(other)
-        link.write(b'booted\r')
-        self.assertEqual(link.read_until(b'>>> '), b'booted\r\n1\r\n>>> ')
-
     def test_uart_reset_prints_rom_log_and_banner(self):
         cases = [
             (('--family', 'esp32'), b'ets Jul 29 2019', b'Generic ESP32 module with ESP32'),
@@ -108,14 +88,6 @@ class HardReset(unittest.TestCase):
                 self.assertTrue(out.endswith(b'boot ran\r\nmain ran\r\nMicroPython v1.28.0 on 2026-11-21; '
                                              + machine + b'\r\n' + BANNER), out)
                 self.assertTrue(os.path.exists(board.link_path))
-
-    def test_reset_from_raw_repl_comes_back_friendly(self):
-        board, link = self.start('--identity', 'reference')
-        to_raw(link)
-        link.write(b'import machine\nmachine.reset()\x04')
-        self.assertEqual(link.read_until(BANNER),
-                         b'OKboot ran\r\nmain ran\r\nMicroPython v1.28.0 on 2026-11-21; mps2-an385 with Cortex-M3\r\n'
-                         + BANNER)
 
     def test_dfu_port_is_gone_for_good(self):
         board, link = self.start('--family', 'esp32')
