@@ -3,10 +3,7 @@
 
 #include "ui_morvexwindow.h"
 
-#include "tarreader.h"
-
 #include <QCoreApplication>
-#include <quazip.h>
 
 const QByteArray MorvexWindow::EOL = QByteArrayLiteral("\r\n");
 const QByteArray MorvexWindow::CTRL_D = QByteArrayLiteral("\x04");
@@ -49,14 +46,11 @@ MorvexWindow::MorvexWindow(QWidget *parent)
 
 MorvexWindow::~MorvexWindow()
 {
-    if (zpackArchive) {
-        zpackArchive->close();
-        delete zpackArchive;
-    }
-    if (zfwArchive) {
-        tar_close(zfwArchive);
-        delete zfwArchive;
-    }
+    // A window closed while a package uploads releases its archive.
+    if (zpackArchive)
+        endZPack();
+    if (zfwArchive)
+        endZfw();
     if (port.isOpen()) {
         // No io_disconnected in a dying window.
         disconnect(&port, nullptr, this, nullptr);
