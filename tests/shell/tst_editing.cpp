@@ -376,9 +376,7 @@ void tst_Editing::failedUpload()
     QCOMPARE(QFile::exists(localCopy), save);
     if (save) {
         QCOMPARE(proposal, localCopy);
-        QFile copy(localCopy);
-        QVERIFY(copy.open(QIODevice::ReadOnly));
-        QCOMPARE(copy.readAll(), QByteArray("speed = 1\nspeed = 2\n"));
+        QCOMPARE(readLocalFile(localCopy), QByteArray("speed = 1\nspeed = 2\n"));
     }
     QVERIFY(waitDeleted(editor));
 }

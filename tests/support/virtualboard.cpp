@@ -1,5 +1,7 @@
 #include "virtualboard.h"
 
+#include "testsupport.h"
+
 #include <QAtomicInt>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -88,8 +90,7 @@ QString VirtualBoard::transcriptPath() const
 
 QByteArray VirtualBoard::transcript() const
 {
-    QFile file(transcriptPath());
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return readLocalFile(transcriptPath());
 }
 
 namespace {
@@ -147,8 +148,7 @@ QString VirtualBoard::errors() const
 
 QByteArray VirtualBoard::readFile(const QString &boardRelative) const
 {
-    QFile file(fsPath() + QLatin1Char('/') + boardRelative);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return readLocalFile(fsPath() + QLatin1Char('/') + boardRelative);
 }
 
 bool VirtualBoard::writeFile(const QString &boardRelative, const QByteArray &data) const
