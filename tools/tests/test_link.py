@@ -60,7 +60,8 @@ class CommandLine(unittest.TestCase):
         for name, took in (('in', inbound), ('out', outbound)):
             with self.subTest(name):
                 self.assertGreater(took, expected * 0.8)
-                self.assertLess(took, expected * 1.5)
+                # Loose above: a loaded 2-core machine stretches the reads, but not a stall.
+                self.assertLess(took, expected * 3)
 
 
 class Delivery(unittest.TestCase):
