@@ -91,7 +91,8 @@ class Delivery(unittest.TestCase):
         for mode in ('uart', 'bytes', 'random'):
             with self.subTest(mode=mode):
                 pieces, took, errors = self.reads_of_output('--delivery', mode, '--baud', '115200')
-                self.assertGreater(len(pieces), 20)
+                # Many reads rather than usb's few; a loaded host gathers pieces, so not exact.
+                self.assertGreater(len(pieces), 6)
                 self.assertGreater(took, 2000 * 10 / 115200.0 * 0.8)  # at the line rate
                 self.assertEqual('random delivery seed' in errors, mode == 'random')
 
