@@ -101,6 +101,15 @@ class VirtualBoard:
         self.link = Link(self.link_path)
         return self.link
 
+    def wait_link(self, present, timeout=5.0):
+        """Whether the port's name comes to be there (or gone, present False) before the timeout."""
+        deadline = time.monotonic() + timeout
+        while os.path.exists(self.link_path) != present:
+            if time.monotonic() > deadline:
+                return False
+            time.sleep(0.01)
+        return True
+
     def host(self, rel):
         return os.path.join(self.fs, rel)
 

@@ -146,9 +146,8 @@ class Faults(unittest.TestCase):
                 prompt(link)
                 link.write(b'x = 1\r')
                 link.drain(0.2)
-                self.assertFalse(os.path.lexists(board.link_path))
-                time.sleep(0.6)
-                self.assertEqual(os.path.lexists(board.link_path), bool(extra))
+                self.assertTrue(board.wait_link(False))
+                self.assertEqual(board.wait_link(True, 0.6 if not extra else 5), bool(extra))
                 self.assertIsNone(board.proc.poll())
                 if extra:
                     link = board.link = Link(board.link_path)
