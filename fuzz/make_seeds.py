@@ -134,9 +134,30 @@ def pax_records(archive, kind):
     return b""
 
 
+def dconf_keyfiles():
+    """Settings as desktops leave them: the colour scheme alone, among others, or unset."""
+    return {
+        "prefer-dark": "[org/gnome/desktop/interface]\ncolor-scheme='prefer-dark'\n",
+        "among-others": "[org/gnome/desktop/interface]\ngtk-theme='Adwaita'\ncolor-scheme='default'\n"
+                        "font-name='Cantarell 11'\n[org/gnome/desktop/wm/preferences]\nbutton-layout='close'\n"
+                        "[a]\nb=1\n",
+        "unset": "[org/gnome/shell]\nfavorite-apps=['org.gnome.Terminal.desktop']\n",
+    }
+
+
+def dconf_compile(keyfile):
+    """The binary database, made by dconf's own compiler."""
+    with tempfile.TemporaryDirectory() as tmp:
+        keyfiles = pathlib.Path(tmp) / "keyfiles"
+        keyfiles.mkdir()
+        (keyfiles / "00").write_text(keyfile)
+        subprocess.run(["dconf", "compile", str(pathlib.Path(tmp) / "db"), str(keyfiles)], check=True)
+        return (pathlib.Path(tmp) / "db").read_bytes()
+
+
 def main():
     traces = pathlib.Path(sys.argv[1])
-    for target in ("replies", "ansi", "uname", "listing", "tar", "pax", "editor", "scheme", "wordlist"):
+    for target in ("replies", "ansi", "uname", "listing", "tar", "pax", "editor", "scheme", "wordlist", "dconf"):
         clear(target)
 
     for trace in sorted(traces.glob("*.txt")):
@@ -182,6 +203,9 @@ def main():
 
     for words in sorted((TOP / "resources/languages").glob("*.xml")):
         write("wordlist", words.name, words.read_bytes())
+
+    for name, keyfile in dconf_keyfiles().items():
+        write("dconf", name, dconf_compile(keyfile))
 
 
 if __name__ == "__main__":
