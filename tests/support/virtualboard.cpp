@@ -6,7 +6,6 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 
 static QAtomicInt boardCounter;
@@ -122,21 +121,18 @@ QByteArray decodeLiteral(const QByteArray &literal)
     return out;
 }
 
-QByteArray joinDirection(const QByteArray &transcript, const QByteArray &marker)
+} // namespace
+
+QByteArray VirtualBoard::received() const
 {
+    const QByteArray marker = QByteArrayLiteral(">> ");
     QByteArray joined;
-    const QList<QByteArray> lines = transcript.split('\n');
+    const QList<QByteArray> lines = transcript().split('\n');
     for (const QByteArray &line : lines) {
         if (line.startsWith(marker))
             joined += decodeLiteral(line.mid(marker.size()).trimmed());
     }
     return joined;
-}
-} // namespace
-
-QByteArray VirtualBoard::received() const
-{
-    return joinDirection(transcript(), QByteArrayLiteral(">> "));
 }
 
 QString VirtualBoard::errors() const
@@ -153,10 +149,7 @@ QByteArray VirtualBoard::readFile(const QString &boardRelative) const
 
 bool VirtualBoard::writeFile(const QString &boardRelative, const QByteArray &data) const
 {
-    const QString path = fsPath() + QLatin1Char('/') + boardRelative;
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
+    return writeLocalFile(fsPath() + QLatin1Char('/') + boardRelative, data);
 }
 
 bool VirtualBoard::exists(const QString &boardRelative) const
