@@ -7,7 +7,6 @@ each script's protocol byte for byte.
 
 import base64
 import contextlib
-import hashlib
 import os
 import random
 import unittest
@@ -70,10 +69,6 @@ class BoardCase:
                 self.resync()
                 raise
 
-    def friendly(self):
-        self.link.write(b'\x02')
-        self.link.read_until(PROMPT)
-
     def script(self, name):
         if self.family == 'esp32' and os.path.exists(os.path.join(SCRIPTS, name + '_e.py')):
             name += '_e'
@@ -91,28 +86,12 @@ class BoardCase:
     def board(self, rel):
         return self.root + rel
 
-    def host(self, rel):
-        return self.vboard.host(rel)
-
     def put(self, rel, data):
-        os.makedirs(os.path.dirname(self.host(rel)), exist_ok=True)
-        with open(self.host(rel), 'wb') as f:
+        with open(self.vboard.host(rel), 'wb') as f:
             f.write(data)
 
-    def get(self, rel):
-        with open(self.host(rel), 'rb') as f:
-            return f.read()
 
-    def repl_call(self, line):
-        """A call in the friendly REPL: the lines it printed, echo dropped."""
-        self.link.write(line.encode('latin-1') + b'\r\n')
-        out = self.link.read_until(b'\r\n' + PROMPT)
-        lines = out[:-len(PROMPT)].split(b'\r\n')
-        self.assertEqual(lines[0], line.encode('latin-1'))
-        return [x for x in lines[1:] if x]
-
-
-class TransferTests(BoardCase):
+class ScriptTests(BoardCase):
 
     def start_upload(self, rel, size_packet, chunk):
         self.load('upload')
@@ -202,117 +181,11 @@ class TransferTests(BoardCase):
                 self.assertEqual((len(blocks), end), (nblocks, expected))
 
 
-class FileSystemTests(BoardCase):
-
-    def remove(self, func, rel):
-        self.load('remove' if func == '_rm' else 'rmdir')
-        self.link.write(b"%s('%s')\x04" % (func.encode(), self.board(rel).encode()))
-        self.assertEqual(self.record(), b'OK')  # the framing's leading '>' closes it
-        return self.record()
-
-    def test_remove(self):
-        self.put('gone.txt', b'x')
-        self.put('empty/.keep', b'')
-        os.remove(self.host('empty/.keep'))
-        self.put('full/a.txt', b'a')
-        cases = [
-            # function, path, result starts with, path left on the board
-            ('_rm', 'gone.txt', b'#0Done\x04\x04', False),
-            ('_rm', 'never.txt', b'#1[Errno 2] ENOENT\x04\x04', False),
-            ('_rmd', 'empty', b'#0Done\x04\x04', False),
-            ('_rmd', 'full', b'#1', True),  # the text is up to the file system: "39" on lfs2
-            ('_rmd', 'nodir', b'#1[Errno 2] ENOENT\x04\x04', False),
-        ]
-        for func, rel, expected, stays in cases:
-            with self.case(func=func, path=rel):
-                result = self.remove(func, rel)
-                self.assertTrue(result.startswith(expected), result)
-                self.assertTrue(result.endswith(b'\x04\x04'), result)
-                self.assertEqual(os.path.exists(self.host(rel)), stays)
-
-    def mkdir(self, rel):
-        self.friendly()
-        text = self.script('mkdir').replace(b'$dir', b"'%s'" % self.board(rel).encode())
-        self.link.write(b'\x05' + text + b'\x04\r\n')
-        out = self.link.read_until(PROMPT)
-        return out + self.link.read_until(PROMPT)
-
-    def test_mkdir_makes_each_prefix_once(self):
-        self.put('plain', b'file in the way')
-        cases = [
-            # path, traceback expected
-            ('newdir', False),
-            ('newdir', False),  # exists now: passed over
-            ('deep', False),
-            ('deep/sub', False),
-            ('plain', True),  # a file is not a directory, so mkdir fails loudly
-        ]
-        for rel, fails in cases:
-            with self.subTest(path=rel, fails=fails):
-                out = self.mkdir(rel)
-                self.assertEqual(b'Traceback' in out, fails, out)
-                if not fails:
-                    self.assertTrue(os.path.isdir(self.host(rel)))
-                self.resync()
-
-    def test_direxists(self):
-        self.put('lib/x.py', b'')
-        cases = [('lib', 'True'), ('', 'True'), ('nolib', 'False'), ('lib/x.py', 'False')]
-        self.load('direxists')
-        self.friendly()
-        for rel, expected in cases:
-            with self.subTest(path=rel):
-                path = self.board(rel) if rel else self.root.rstrip('/') or '/'
-                self.assertEqual(self.repl_call("print(_direxists('%s'))" % path), [expected.encode()])
-
-
-class HashTests(BoardCase):
-    # The SHA1 fallback of a board without MD5 runs in the window's synchronisation tests.
-
-    def board_hash(self, rel):
-        lines = self.repl_call("_hash('%s')" % self.board(rel))
-        self.assertEqual(len(lines), 1, lines)
-        self.assertTrue(lines[0].startswith(b"b'") and lines[0].endswith(b"'"), lines)
-        return lines[0][2:-1]
-
-    def test_hash(self):
-        self.load('hash')
-        self.friendly()
-        for size in (0, 1, 511, 512, 513, 3000):
-            with self.subTest(size=size):
-                data = rand_bytes(size, size + 5)
-                self.put('h.bin', data)
-                self.assertEqual(self.board_hash('h.bin'), hashlib.md5(data).hexdigest().encode())
-        with self.subTest('missing file'):
-            self.assertEqual(self.board_hash('nothere.bin'), b'err(2)')
-
-
-class EchoTests(BoardCase):
-
-    def test_debug_echo(self):
-        # The window's echo test sends printable patterns; every other byte but
-        # Ctrl-C and the terminator must come back exact as well.
-        self.load('debug')
-        self.link.write(b'_debug()\x04')
-        binary = bytes(b for b in range(256) if b not in (0x03, 0x3E)) + b'\r\n\r\r\n\x00\x04'
-        binary += bytes(-len(binary) % 32)
-        for at in range(0, len(binary), 32):
-            self.link.write(binary[at:at + 32])
-            rec = self.record()
-            if at == 0:
-                self.assertTrue(rec.startswith(b'OK'), rec)
-                rec = rec[2:]
-            self.assertEqual(rec, b'RX: ' + binary[at:at + 32], 'block at %d' % at)
-        self.link.write(b'\x03')
-        # text output is cooked on the board: its '\n' arrives as '\r\n'
-        self.assertEqual(self.record(), b'\r\nFIN\x04\x04')
-
-
-class Stm32(TransferTests, FileSystemTests, HashTests, EchoTests, unittest.TestCase):
+class Stm32(ScriptTests, unittest.TestCase):
     family = 'stm32'
 
 
-class Esp32(TransferTests, FileSystemTests, HashTests, EchoTests, unittest.TestCase):
+class Esp32(ScriptTests, unittest.TestCase):
     family = 'esp32'
 
 
