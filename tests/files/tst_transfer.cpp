@@ -6,6 +6,7 @@
 
 #include <QAction>
 #include <QProgressBar>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -17,6 +18,7 @@ class tst_Transfer : public QObject
     Q_OBJECT
 
 private slots:
+    void init() { sandbox.clear(); }
     void cleanupTestCase() { sessions[0].reset(), sessions[1].reset(); }
     void uploadCall_data()
     {
@@ -44,12 +46,9 @@ private slots:
         QVERIFY(s);
         if (setting.isValid())
             QSettings().setValue(QStringLiteral("MC/TransferSize"), setting);
-        else
-            QSettings().remove(QStringLiteral("MC/TransferSize"));
         const QByteArray data = randomBytes(size, 11);
         const int before = s->board.received().size();
         QVERIFY(uploadBytes(*s->window, data, QStringLiteral("/flash/") + name));
-        QSettings().remove(QStringLiteral("MC/TransferSize"));
         // The re-prompt ends an upload; the next row counts from behind it.
         QVERIFY(waitFor([&] { return s->board.received().endsWith("\x01"); }, 5000));
         for (const QByteArray &packet : sent)
@@ -57,92 +56,73 @@ private slots:
         QCOMPARE(s->board.readFile(name), data);
     }
 
-    void uploadToMissingDirectory()
+    void failures_data()
     {
-        Session *s = session(0);
+        QTest::addColumn<QStringList>("options"); // of a board of its own
+        QTest::addColumn<QByteArray>("script");   // replaces the download script
+        QTest::addColumn<QByteArray>("content");  // of x.bin on the board; null: no such file
+        QTest::addColumn<QString>("uploadTo");    // uploads the content there instead
+        QTest::addColumn<QString>("logged");      // a pattern for the one error line; empty: none
+        const QByteArray fox = QByteArray("The quick brown fox jumps over the lazy dog. ").repeated(20);
+        QByteArray unmasked = readLocalFile(QStringLiteral(":/data/download.py"));
+        unmasked.replace("csum & 0xFFFFFFFF", "(csum & 0xFFFFFFFF) + (1 << 32)"); // the high half is not 0
+        const QByteArray words = "import sys\ndef _download(filename):\n    sys.stdout.write('>\\u043d\\u0435\\u0442\\x00tail#6>')\n";
+        const QString mismatch = QStringLiteral("^File downloaded with errors!! \\(checksum mismatch ");
+        QTest::newRow("upload to a missing directory") << QStringList() << QByteArray() << randomBytes(700, 7) << "/nodir/x.bin"
+                                                       << "^Transmission error\\. Aborted$";
+        // "#4" and the board's text, as hexadecimal digits.
+        QTest::newRow("upload corrupted on the line") << QStringList{"--corrupt-rx", "_upload:20"} << QByteArray() << fox << "/bad.txt"
+                                                      << "^Invalid reply 2334.*\\. Aborted$";
+        QTest::newRow("download corrupted on the line")
+            << QStringList{"--corrupt-tx", "_download:10"} << QByteArray() << fox << "" << mismatch + "\\d+ vs \\d+$";
+        QTest::newRow("board sum not masked") << QStringList() << unmasked << QByteArray("abc") << "" << mismatch + "4294967590 vs 294$";
+        QTest::newRow("sum past 2^32") << QStringList() << QByteArray() << QByteArray(16843100, char(0xFF)) << "" << "";
+        QTest::newRow("missing file") << QStringList() << QByteArray() << QByteArray() << "" << "^Transmission error: .*ENOENT";
+        // The board's own words are UTF-8, shown up to their first zero byte.
+        QTest::newRow("board words") << QStringList() << words << QByteArray("x") << "" << "^Transmission error: \u043d\u0435\u0442$";
+    }
+
+    void failures()
+    {
+        QFETCH(QStringList, options);
+        QFETCH(QByteArray, script);
+        QFETCH(QByteArray, content);
+        QFETCH(QString, uploadTo);
+        QFETCH(QString, logged);
+        std::unique_ptr<Session> own(options.isEmpty() ? nullptr : new Session);
+        if (own) {
+            own->window.reset(new MorvexWindow);
+            QVERIFY(own->board.start(options << "--family" << "esp32") && connectBoard(*own->window, own->board, 1));
+        }
+        Session *s = own ? own.get() : session(1);
         QVERIFY(s);
         MorvexWindow &w = *s->window;
-        QVERIFY(!uploadBytes(w, randomBytes(700, 7), QStringLiteral("/flash/nodir/x.bin")));
-        QCOMPARE(syslogMessages(w).constLast(), QStringLiteral("Transmission error. Aborted"));
+        if (!script.isEmpty()) {
+            QVERIFY(writeLocalFile(local.filePath(QStringLiteral("download.py")), script));
+            QSettings().setValue(QStringLiteral("Scripts/Download"), local.filePath(QStringLiteral("download.py")));
+        }
+        const int before = syslogMessages(w).size();
+        if (!uploadTo.isEmpty()) {
+            QVERIFY(!uploadBytes(w, content, uploadTo));
+        } else {
+            QVERIFY(content.isNull() ? !s->board.exists(QStringLiteral("x.bin")) || QFile::remove(s->board.fsPath() + "/x.bin")
+                                     : s->board.writeFile(QStringLiteral("x.bin"), content));
+            QVERIFY(w.downloadToFile(QStringLiteral("/x.bin"), local.filePath(QStringLiteral("x.bin"))));
+        }
+        const QStringList errors = syslogMessages(w).mid(before).filter(QRegularExpression(QStringLiteral("error|Invalid")));
+        QVERIFY2(errors.size() == (logged.isEmpty() ? 0 : 1), qPrintable(errors.join('\n')));
+        QVERIFY2(logged.isEmpty() || QRegularExpression(logged).match(errors.value(0)).hasMatch(), qPrintable(errors.join('\n')));
+        if (logged.isEmpty())
+            QVERIFY(readLocalFile(local.filePath(QStringLiteral("x.bin"))) == content);
+        if (uploadTo != QLatin1String("/nodir/x.bin"))
+            return;
         QVERIFY(!s->board.exists(QStringLiteral("nodir")));
         // The actions stay off; the swallowed packet is a half command that Ctrl-C discards silently: Abort fails, Reset helps.
         QVERIFY(!windowAction(w, "actionUpload")->isEnabled());
-        QVERIFY(windowAction(w, "actionAbort")->isEnabled());
         windowAction(w, "actionAbort")->trigger();
         QCOMPARE(syslogMessages(w).constLast(), QStringLiteral("Abort failed"));
         windowAction(w, "actionReset")->trigger();
         QVERIFY2(waitFor([&] { return windowAction(w, "actionUpload")->isEnabled(); }, 15000), qPrintable(syslogText(w)));
-    }
-
-    void checksumMismatch_data()
-    {
-        QTest::addColumn<bool>("upload");
-        QTest::newRow("desktop to board") << true;
-        QTest::newRow("board to desktop") << false;
-    }
-
-    void checksumMismatch()
-    {
-        QFETCH(bool, upload);
-        VirtualBoard board;
-        QVERIFY(board.start({upload ? "--corrupt-rx" : "--corrupt-tx", upload ? "_upload:20" : "_download:10"}));
-        MorvexWindow w;
-        QVERIFY(connectBoard(w, board, 0));
-        const QByteArray data = QByteArray("The quick brown fox jumps over the lazy dog. ").repeated(20);
-        if (upload) {
-            QVERIFY(!uploadBytes(w, data, QStringLiteral("/flash/bad.txt")));
-            // "#4" and the board's text, as hexadecimal digits.
-            QVERIFY(syslogMessages(w).constLast().startsWith(QStringLiteral("Invalid reply 2334")));
-            QVERIFY(syslogMessages(w).constLast().endsWith(QStringLiteral(". Aborted")));
-        } else {
-            QVERIFY(board.writeFile(QStringLiteral("good.txt"), data));
-            QVERIFY(w.downloadToFile(QStringLiteral("/flash/good.txt"), local.filePath(QStringLiteral("good.txt"))));
-            const QStringList mismatch = syslogMessages(w).filter(QStringLiteral("File downloaded with errors!! (checksum mismatch "));
-            QCOMPARE(mismatch.size(), 1);
-            QVERIFY(!mismatch.constFirst().endsWith(QLatin1Char(')')));
-        }
-    }
-
-    void boardSumMustFitIn32Bits()
-    {
-        // A download script that reports an unmasked sum: its high half is not 0, so the sums differ.
-        QByteArray script = readLocalFile(QStringLiteral(":/data/download.py"));
-        QVERIFY(script.contains("csum & 0xFFFFFFFF"));
-        script.replace("csum & 0xFFFFFFFF", "(csum & 0xFFFFFFFF) + (1 << 32)");
-        const QString path = local.filePath(QStringLiteral("unmasked.py"));
-        QVERIFY(writeLocalFile(path, script));
-        QSettings().setValue(QStringLiteral("Scripts/Download"), path);
-
-        Session *s = session(1);
-        QVERIFY(s);
-        QVERIFY(s->board.writeFile(QStringLiteral("three.bin"), "abc"));
-        QVERIFY(s->window->downloadToFile(QStringLiteral("/three.bin"), local.filePath(QStringLiteral("three.bin"))));
-        QSettings().remove(QStringLiteral("Scripts/Download"));
-        QVERIFY2(syslogMessages(*s->window).contains(QStringLiteral("File downloaded with errors!! (checksum mismatch 4294967590 vs 294")),
-                 qPrintable(syslogText(*s->window)));
-    }
-
-    void sumPastTwoTo32()
-    {
-        Session *s = session(1);
-        QVERIFY(s);
-        const QByteArray data(16843100, char(0xFF)); // 255 x 16843100 > 2^32
-        QVERIFY(s->board.writeFile(QStringLiteral("huge.bin"), data));
-        QVERIFY(s->window->downloadToFile(QStringLiteral("/huge.bin"), local.filePath(QStringLiteral("huge.bin"))));
-        QVERIFY(readLocalFile(local.filePath(QStringLiteral("huge.bin"))) == data);
-    }
-
-    void boardVanishesDuringUpload()
-    {
-        VirtualBoard board;
-        QVERIFY(board.start({QStringLiteral("--drop-after"), QStringLiteral("6000")}));
-        MorvexWindow w;
-        QVERIFY(connectBoard(w, board, 0));
-        QVERIFY(!uploadBytes(w, randomBytes(20000, 3), QStringLiteral("/flash/big.bin")));
-        QVERIFY(syslogMessages(w).contains(QStringLiteral("Connection closed")));
-        QVERIFY(syslogMessages(w).contains(QStringLiteral("Transmission error. Aborted")));
-        QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
-        QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
     }
 
     void uploadFailures_data()
@@ -180,7 +160,6 @@ private slots:
                                        "    if 'sum' in filename: rd(1)\n"
                                        "    sys.stdout.write('#0')\n"));
         QSettings().setValue(QStringLiteral("Scripts/Upload"), script);
-        QSettings().remove(QStringLiteral("MC/TransferSize"));
         Session *s = session(0);
         QVERIFY(s);
         MorvexWindow &w = *s->window;
@@ -190,30 +169,11 @@ private slots:
         ActWhen pressAbort([&] { return abort && s->board.received().mid(sentBefore).contains(awaited); },
                            [&] { windowAction(w, "actionAbort")->trigger(); });
         QVERIFY(!uploadBytes(w, "silent", QStringLiteral("/flash/%1.txt").arg(stage)));
-        QSettings().remove(QStringLiteral("Scripts/Upload"));
         QVERIFY2(syslogMessages(w).mid(logBefore).contains(message), qPrintable(syslogText(w)));
         QCOMPARE(pressAbort.done(), abort);
         QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
         if (!abort)
             QVERIFY(w.exchange("\x03", 1000)); // the board still waits in its read
-    }
-
-    void downloadMissingFile()
-    {
-        Session *s = session(1);
-        QVERIFY(s);
-        QVERIFY(s->window->downloadToFile(QStringLiteral("/nothere.bin"), local.filePath(QStringLiteral("nothere.bin"))));
-        QCOMPARE(syslogMessages(*s->window).filter(QStringLiteral("Transmission error: ")).size(), 1);
-        QVERIFY(syslogMessages(*s->window).constLast().contains(QStringLiteral("ENOENT")));
-
-        // The board's own words are UTF-8, shown up to their first zero byte.
-        const QString script = local.filePath(QStringLiteral("dl.py"));
-        QVERIFY(writeLocalFile(script, "import sys\ndef _download(filename):\n    sys.stdout.write('>\\u043d\\u0435\\u0442\\x00tail#6>')\n"));
-        QSettings().setValue(QStringLiteral("Scripts/Download"), script);
-        QVERIFY(s->window->downloadToFile(QStringLiteral("/x.bin"), local.filePath(QStringLiteral("x.bin"))));
-        QSettings().remove(QStringLiteral("Scripts/Download"));
-        QVERIFY2(syslogMessages(*s->window).contains(QStringLiteral("Transmission error: \u043d\u0435\u0442")),
-                 qPrintable(syslogText(*s->window)));
     }
 
     void downloadOverwriteQuestion_data()

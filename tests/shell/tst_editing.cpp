@@ -82,143 +82,92 @@ class tst_Editing : public QObject
 private slots:
     void init() { sandbox.clear(); }
     void cleanupTestCase() { shared.reset(); }
-    void opensFrom_data()
+    void opening_data()
     {
         QTest::addColumn<QString>("way");
-        QTest::addColumn<QString>("row"); // empty: no current row
-        QTest::addColumn<bool>("opens");
-        QTest::newRow("double click, no click action set") << "double click" << "main.py" << true;
-        QTest::newRow("double click, edit") << "double click edit" << "a.txt" << true;
-        QTest::newRow("context menu Edit") << "menu" << "main.py" << true;
-        QTest::newRow("Edit action") << "action" << "a.txt" << true;
-        QTest::newRow("Edit action on a directory") << "action" << "lib" << false;
-        QTest::newRow("Edit action without a current row") << "action" << "" << false;
-    }
-
-    void opensFrom()
-    {
-        QFETCH(QString, way);
-        QFETCH(QString, row);
-        QFETCH(bool, opens);
-        Session *s = sharedSession();
-        QVERIFY(s);
-        MorvexWindow &w = *s->window;
-        auto *view = w.findChild<QTableView *>(QStringLiteral("mcFileList"));
-        const QModelIndex index = row.isEmpty() ? QModelIndex() : boardRow(w, row);
-        view->setCurrentIndex(index);
-        if (way.endsWith(QLatin1String("edit")))
-            QSettings().setValue(QStringLiteral("MC/ClickAction"), QStringLiteral("edit"));
-
-        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
-        if (way.startsWith(QLatin1String("double click"))) {
-            QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, index));
-        } else if (way == QLatin1String("menu")) {
-            DialogAnswerer menuAnswer([](QWidget *widget) {
-                auto *menu = qobject_cast<QMenu *>(widget);
-                if (menu) {
-                    menu->setActiveAction(menu->actions().value(0)); // "Edit"
-                    QTest::keyClick(menu, Qt::Key_Return);
-                }
-                return menu != nullptr;
-            });
-            emit view->customContextMenuRequested(view->visualRect(index).center());
-            QCOMPARE(menuAnswer.answered(), 1);
-        } else {
-            windowAction(w, "actionEdit")->trigger();
-        }
-
-        const QList<CodeEditor *> editors = shownEditors(w);
-        QCOMPARE(boxes->texts(), opens ? QStringList() : QStringList{"Select a MC file to edit"});
-        QCOMPARE(boxes->titles(), opens ? QStringList() : QStringList{"Edit"});
-        QCOMPARE(editors.size(), opens ? 1 : 0);
-        if (!opens)
-            return;
-        QCOMPARE(editors.constFirst()->windowTitle(), row);
-        QCOMPARE(textOf(editors.constFirst())->toPlainText(), QString::fromUtf8(s->board.readFile(row)));
-        QPointer<CodeEditor> editor = editors.constFirst();
-        press(editor, "closeButton");
-        QVERIFY(waitDeleted(editor));
-        QVERIFY(downloadEnded(s->board)); // later rows count what the board receives
-    }
-
-    void newFile_data()
-    {
-        QTest::addColumn<QString>("name"); // null: the input is cancelled
+        QTest::addColumn<QString>("name"); // the row made current, or the new file's name (null: the input cancelled)
         QTest::addColumn<QString>("warning");
         QTest::addColumn<QString>("button"); // how the editor is left; empty: none opens
-        QTest::newRow("accepted") << "fresh.py" << "" << "applyButton";
-        QTest::newRow("rejected") << "other.py" << "" << "closeButton";
-        QTest::newRow("name of a directory passes") << "lib" << "" << "closeButton";
-        QTest::newRow("backslash") << "lib\\x.py" << "The file name is invalid" << "";
-        QTest::newRow("slash") << "a/b.py" << "The file name is invalid" << "";
-        QTest::newRow("existing file") << "a.txt" << "A file with the same name already exists" << "";
-        QTest::newRow("empty name") << "" << "" << "";
-        QTest::newRow("cancelled") << QString() << "" << "";
+        const QString noFile = QStringLiteral("Select a MC file to edit"), invalid = QStringLiteral("The file name is invalid");
+        QTest::newRow("double click, no click action set") << "double click" << "main.py" << "" << "closeButton";
+        QTest::newRow("context menu Edit") << "menu" << "main.py" << "" << "closeButton";
+        QTest::newRow("Edit action") << "action" << "a.txt" << "" << "closeButton";
+        QTest::newRow("Edit action on a directory") << "action" << "lib" << noFile << "";
+        QTest::newRow("Edit action without a current row") << "action" << "" << noFile << "";
+        QTest::newRow("new file accepted") << "new" << "fresh.py" << "" << "applyButton";
+        QTest::newRow("new file rejected") << "new" << "other.py" << "" << "closeButton";
+        QTest::newRow("new file named as a directory") << "new" << "lib" << "" << "closeButton";
+        QTest::newRow("new file, backslash") << "new" << "lib\\x.py" << invalid << "";
+        QTest::newRow("new file, slash") << "new" << "a/b.py" << invalid << "";
+        QTest::newRow("new file existing") << "new" << "a.txt" << "A file with the same name already exists" << "";
+        QTest::newRow("new file, empty name") << "new" << "" << "" << "";
+        QTest::newRow("new file cancelled") << "new" << QString() << "" << "";
     }
 
-    void newFile()
+    void opening()
     {
+        QFETCH(QString, way);
         QFETCH(QString, name);
         QFETCH(QString, warning);
         QFETCH(QString, button);
         Session *s = sharedSession();
         QVERIFY(s);
         MorvexWindow &w = *s->window;
+        auto *view = w.findChild<QTableView *>(QStringLiteral("mcFileList"));
+        const QModelIndex index = way == "new" || name.isEmpty() ? QModelIndex() : boardRow(w, name);
+        view->setCurrentIndex(index);
+        const QByteArray content = way == "new" ? QByteArray() : s->board.readFile(name);
         const int before = s->board.received().size();
         QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
         QScopedPointer<DialogAnswerer> input(DialogAnswerer::inputText(name));
-        windowAction(w, "actionNew_File")->trigger();
-        QCOMPARE(input->answered(), 1);
+        DialogAnswerer menuAnswer([](QWidget *widget) {
+            auto *menu = qobject_cast<QMenu *>(widget);
+            if (menu) {
+                menu->setActiveAction(menu->actions().value(0)); // "Edit"
+                QTest::keyClick(menu, Qt::Key_Return);
+            }
+            return menu != nullptr;
+        });
+        if (way == "double click")
+            QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, index));
+        else if (way == "menu")
+            emit view->customContextMenuRequested(view->visualRect(index).center());
+        else
+            windowAction(w, way == "new" ? "actionNew_File" : "actionEdit")->trigger();
+        QCOMPARE(input->answered(), way == "new" ? 1 : 0);
+        QCOMPARE(menuAnswer.answered(), way == "menu" ? 1 : 0);
         QCOMPARE(boxes->texts(), warning.isEmpty() ? QStringList() : QStringList{warning});
-        QCOMPARE(boxes->titles(), warning.isEmpty() ? QStringList() : QStringList{"New File"});
+        QCOMPARE(boxes->titles(), warning.isEmpty() ? QStringList() : QStringList{way == "new" ? "New File" : "Edit"});
         QCOMPARE(shownEditors(w).size(), button.isEmpty() ? 0 : 1);
         if (!button.isEmpty()) {
             QPointer<CodeEditor> editor = shownEditors(w).constFirst();
-            QCOMPARE(editor->windowModality(), Qt::ApplicationModal);
+            QCOMPARE(editor->windowModality(), way == "new" ? Qt::ApplicationModal : Qt::NonModal);
             QCOMPARE(editor->windowTitle(), name);
-            QCOMPARE(textOf(editor)->toPlainText(), QString());
+            QCOMPARE(textOf(editor)->toPlainText(), QString::fromUtf8(content));
             append(editor, QStringLiteral("x = 1\n"));
             press(editor, qPrintable(button));
             QVERIFY(waitDeleted(editor));
+            QVERIFY(way == "new" || downloadEnded(s->board)); // what the board received is complete
         }
-        const bool stored = button == QLatin1String("applyButton");
+        const bool stored = button == "applyButton";
         if (stored)
             QCOMPARE(s->board.readFile(name), QByteArray("x = 1\n"));
-        else
+        else if (way == "new")
             QCOMPARE(s->board.received().size(), before); // nothing reaches the board until accepted
-        QCOMPARE(boardRow(w, name).isValid(), stored || name == QLatin1String("lib") || name == QLatin1String("a.txt"));
-    }
-
-    void editAndUpload_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("shown");
-        QTest::addColumn<QString>("added");
-        QTest::addColumn<QByteArray>("stored");
-        const QByteArray python = pythonFile;
-        QTest::newRow("python file") << "main.py" << python << QString::fromUtf8(python) << "print('edited')\n"
-                                     << python + "print('edited')\n";
-        QTest::newRow("json shown indented, stored compact")
-            << "conf.json" << QByteArray("{\"b\": 1, \"a\": [true]}") << "{\n    \"a\": [\n        true\n    ],\n    \"b\": 1\n}\n"
-            << "" << QByteArray("{\"a\":[true],\"b\":1}");
+        QCOMPARE(boardRow(w, name).isValid(), stored || (QStringList{"main.py", "a.txt", "lib"}.contains(name)));
     }
 
     // One edit start to end: the link works behind it, a second edit is refused, and the close question goes with the edit.
     void editAndUpload()
     {
-        QFETCH(QString, name);
-        QFETCH(QByteArray, content);
-        QFETCH(QString, shown);
-        QFETCH(QString, added);
-        QFETCH(QByteArray, stored);
+        const QString name = QStringLiteral("conf.json");
         VirtualBoard board;
         MorvexWindow w;
         w.show();
-        QVERIFY(connectTo(board, w, {}, {{name, content}, {"other.txt", "other"}}));
+        QVERIFY(connectTo(board, w, {}, {{name, "{\"b\": 1, \"a\": [true]}"}, {"other.txt", "other"}}));
         QPointer<CodeEditor> editor = openOne(w, name);
         QVERIFY(editor);
-        QCOMPARE(textOf(editor)->toPlainText(), shown);
+        QCOMPARE(textOf(editor)->toPlainText(), QStringLiteral("{\n    \"a\": [\n        true\n    ],\n    \"b\": 1\n}\n")); // indented
         QCOMPARE(editor->windowModality(), Qt::NonModal);
         QVERIFY(!QApplication::activeModalWidget());
         {
@@ -241,10 +190,9 @@ private slots:
         w.changeBoardDir(QStringLiteral("/flash"));
         QVERIFY(board.received().mid(before).contains("os.chdir('/flash')"));
 
-        append(editor, added);
         before = board.received().size();
         press(editor, "applyButton");
-        QCOMPARE(board.readFile(name), stored);
+        QCOMPARE(board.readFile(name), QByteArray("{\"a\":[true],\"b\":1}")); // stored compact
         QVERIFY(syslogMessages(w).contains(QStringLiteral("Finished uploading to /flash/%1").arg(name)));
         QVERIFY(board.received().mid(before).contains("os.chdir('/flash')")); // listed again
         QVERIFY(waitDeleted(editor));
@@ -253,28 +201,48 @@ private slots:
         QCOMPARE(boxes->answered(), 0);
     }
 
-    void failedUpload_data()
+    void uploadRefused_data()
     {
         QTest::addColumn<QString>("delivery");
+        QTest::addColumn<QString>("cause");
         QTest::addColumn<bool>("save");
-        QTest::newRow("usb: saved locally") << "usb" << true;
-        QTest::newRow("uart: not saved") << "uart" << false;
+        QTest::newRow("usb: upload fails, saved locally") << "usb" << "corrupt" << true;
+        QTest::newRow("uart: upload fails, not saved") << "uart" << "corrupt" << false;
+        QTest::newRow("uart: link closed, saved locally") << "uart" << "closed" << true;
+        QTest::newRow("usb: link back before the upload") << "usb" << "back" << false;
     }
 
-    void failedUpload()
+    // The save question instead of an upload: after a failed upload, or at once when the editor's link has gone.
+    void uploadRefused()
     {
         QFETCH(QString, delivery);
+        QFETCH(QString, cause);
         QFETCH(bool, save);
         VirtualBoard board;
         MorvexWindow w;
-        // A byte of the upload is corrupted on the line, so its checksum fails.
-        QVERIFY(connectTo(board, w, {"--delivery", delivery, "--corrupt-rx", "_upload:20"}, {{"conf.txt", "speed = 1\n"}}));
+        QStringList args{"--delivery", delivery};
+        if (cause == "corrupt") // a byte of the upload corrupted on the line fails its checksum
+            args << "--corrupt-rx" << "_upload:20";
+        QVERIFY(connectTo(board, w, args, {{"conf.txt", "speed = 1\n"}, {"b.txt", "beta\n"}}));
         QTemporaryDir saveDir;
         w.setPcFolder(saveDir.path());
         QPointer<CodeEditor> editor = openOne(w, QStringLiteral("conf.txt"));
         QVERIFY(editor);
+        QPointer<CodeEditor> current;
+        if (cause != "corrupt") {
+            windowAction(w, "actionConnect")->trigger(); // disconnects, and leaves the editor open
+            QVERIFY(!MorvexWindowProbe::port(w).isOpen() && editor->isVisible());
+        }
+        if (cause == "back") {
+            QVERIFY(connectBoard(w, board, 0));
+            QVERIFY(doubleClickRow(w, QStringLiteral("b.txt")));
+            QCOMPARE(shownEditors(w).size(), 2);
+            current = shownEditors(w).at(shownEditors(w).at(0) == editor ? 1 : 0);
+        }
         append(editor, QStringLiteral("speed = 2\n"));
-
+        QVERIFY(downloadEnded(board));
+        const int before = board.received().size();
+        const int logged = syslogMessages(w).size();
         QString proposal;
         DialogAnswerer files([&](QWidget *widget) {
             auto *dialog = qobject_cast<QFileDialog *>(widget);
@@ -286,63 +254,24 @@ private slots:
         });
         QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(save ? QMessageBox::Yes : QMessageBox::No));
         press(editor, "applyButton");
+        QCOMPARE(boxes->texts().filter(QStringLiteral("Save it?")), QStringList{cannotUpload});
         QCOMPARE(boxes->titles().value(boxes->texts().indexOf(cannotUpload)), QStringLiteral("Edit"));
         QVERIFY(syslogMessages(w).filter(QStringLiteral("Finished uploading")).isEmpty());
         const QString localCopy = saveDir.filePath(QStringLiteral("conf.txt"));
         QCOMPARE(proposal, save ? localCopy : QString());
         QCOMPARE(readLocalFile(localCopy), save ? QByteArray("speed = 1\nspeed = 2\n") : QByteArray());
         QVERIFY(waitDeleted(editor));
-    }
-
-    void linkClosesWhileOpen_data()
-    {
-        QTest::addColumn<QString>("delivery");
-        QTest::addColumn<bool>("reconnect");
-        QTest::newRow("uart") << "uart" << false;
-        QTest::newRow("usb: link back before the upload") << "usb" << true;
-    }
-
-    void linkClosesWhileOpen()
-    {
-        QFETCH(QString, delivery);
-        QFETCH(bool, reconnect);
-        VirtualBoard board;
-        MorvexWindow w;
-        QVERIFY(connectTo(board, w, {"--delivery", delivery}, {{"main.py", pythonFile}, {"b.txt", "beta\n"}}));
-        QPointer<CodeEditor> editor = openOne(w, QStringLiteral("main.py"));
-        QVERIFY(editor);
-
-        windowAction(w, "actionConnect")->trigger(); // disconnects
-        QVERIFY(!MorvexWindowProbe::port(w).isOpen());
-        QVERIFY(editor && editor->isVisible()); // a lost link leaves the editor open, and frees the edit
-        QPointer<CodeEditor> current;
-        if (reconnect) {
-            QVERIFY(connectBoard(w, board, 0));
-            QVERIFY(doubleClickRow(w, QStringLiteral("b.txt")));
-            QCOMPARE(shownEditors(w).size(), 2);
-            current = shownEditors(w).at(shownEditors(w).at(0) == editor ? 1 : 0);
-        }
-        append(editor, QStringLiteral("# offline\n"));
-        QVERIFY(downloadEnded(board));
-        const int before = board.received().size();
-        const int logged = syslogMessages(w).size();
-        {
-            QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::No));
-            press(editor, "applyButton");
-            QCOMPARE(boxes->texts(), QStringList{cannotUpload});
-        }
-        QVERIFY(waitDeleted(editor));
-        QCOMPARE(board.received().size(), before);
-        QCOMPARE(board.readFile(QStringLiteral("main.py")), pythonFile);
+        if (cause == "corrupt")
+            return;
+        QCOMPARE(board.readFile(QStringLiteral("conf.txt")), QByteArray("speed = 1\n"));
+        QCOMPARE(board.received().size(), before); // no upload, no listing
         QCOMPARE(syslogMessages(w).size(), logged);
-        if (!reconnect)
+        if (cause != "back")
             return;
         // The later edit holds the edit until it ends.
-        {
-            QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
-            QVERIFY(doubleClickRow(w, QStringLiteral("main.py")));
-            QCOMPARE(boxes->texts(), QStringList{alreadyEdited});
-        }
+        boxes.reset(DialogAnswerer::messageBox(QMessageBox::Ok));
+        QVERIFY(doubleClickRow(w, QStringLiteral("conf.txt")));
+        QCOMPARE(boxes->texts(), QStringList{alreadyEdited});
         append(current, QStringLiteral("current\n"));
         press(current, "applyButton");
         QCOMPARE(board.readFile(QStringLiteral("b.txt")), QByteArray("beta\ncurrent\n"));
@@ -399,25 +328,22 @@ private:
         std::unique_ptr<MorvexWindow> window;
     };
     // One usb board with main.py, a.txt and lib/, for rows that leave no edit open.
-    Session *sharedSession();
+    Session *sharedSession()
+    {
+        if (shared && MorvexWindowProbe::port(*shared->window).isOpen())
+            return shared.get();
+        shared.reset(new Session);
+        shared->window.reset(new MorvexWindow);
+        shared->window->show();
+        const bool ok = QTest::qWaitForWindowExposed(shared->window.get())
+                        && connectTo(shared->board, *shared->window, {}, {{"main.py", pythonFile}, {"a.txt", "alpha\n"}, {"lib/util.py", "pass\n"}});
+        return ok ? shared.get() : nullptr;
+    }
 
     SettingsSandbox sandbox;
     QTemporaryDir local;
     std::unique_ptr<Session> shared;
 };
-
-tst_Editing::Session *tst_Editing::sharedSession()
-{
-    if (shared && MorvexWindowProbe::port(*shared->window).isOpen())
-        return shared.get();
-    shared.reset(new Session);
-    shared->window.reset(new MorvexWindow);
-    shared->window->show();
-    if (!QTest::qWaitForWindowExposed(shared->window.get())
-        || !connectTo(shared->board, *shared->window, {}, {{"main.py", pythonFile}, {"a.txt", "alpha\n"}, {"lib/util.py", "pass\n"}}))
-        return nullptr;
-    return shared.get();
-}
 
 QTEST_MAIN(tst_Editing)
 #include "tst_editing.moc"
