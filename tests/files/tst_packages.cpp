@@ -7,9 +7,6 @@
 #include <QAction>
 #include <QDir>
 #include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeView>
@@ -77,14 +74,9 @@ private slots:
             << QByteArray("9 mod=abc") + board << QStringList{"board=PYBv1.1"};
         QTest::newRow("a record without = is passed over") << QByteArray("8 nokey\n") + mod << QStringList{"mod=flash"};
         QTest::newRow("a length past the end ends") << board + QByteArray("99 mod=flash\n") << QStringList{"board=PYBv1.1"};
-        QTest::newRow("a length that is no number ends") << board + QByteArray("x3 mod=flash\n") + mod
-                                                         << QStringList{"board=PYBv1.1"};
         QTest::newRow("the largest length after a record ends") << board + QByteArray("2147483647 mod=flash\n")
                                                                << QStringList{"board=PYBv1.1"};
-        QTest::newRow("a negative length ends") << board + QByteArray("-5 mod=flash\n") << QStringList{"board=PYBv1.1"};
         QTest::newRow("a zero length ends rather than stands still") << QByteArray("0 x\n") + mod << QStringList();
-        QTest::newRow("a blank first ends") << ' ' + mod << QStringList();
-        QTest::newRow("empty") << QByteArray() << QStringList();
     }
 
     void parsePaxRecords()
@@ -127,25 +119,33 @@ private slots:
                              {prefix + "lib/sub/deep.bin", randomBytes(1500, 1)}};
         const QString zpack = local.filePath(QStringLiteral("fw.zpack"));
         QVERIFY(writeZip(zpack, zipped, QStringLiteral("Test pack 1.0")));
-        {
-            QScopedPointer<DialogAnswerer> answer(DialogAnswerer::messageBox(QMessageBox::Yes));
+        // A zfw, whose names stand as they are: relative to the board folder, or absolute.
+        const Members tarred{{"lib/", QByteArray()}, {"lib/util.py", "def util():\n    return 2\n"},
+                             {"lib/sub/deep.bin", randomBytes(2100, 2)}, {root + "top.py", "print('top')\n"}};
+        const QString zfw = local.filePath(QStringLiteral("fw.zfw"));
+        QVERIFY(writeZfw(zfw, {{"board", "PYBv1.1"}, {"mod", "flash"}, {"comment", "nightly"}}, tarred));
+        const auto doubleClick = [&](const QString &path) {
             QMetaObject::invokeMethod(w.findChild<QTreeView *>(QStringLiteral("pcFileList")), "doubleClicked",
-                                      Q_ARG(QModelIndex, MorvexWindowProbe::pcModel(w).index(zpack)));
-            QCOMPARE(answer->texts(), QStringList{question});
+                                      Q_ARG(QModelIndex, MorvexWindowProbe::pcModel(w).index(path)));
+        };
+        {
+            // The zfw asked for while the zpack goes up is refused; the warning has no Yes and is closed.
+            QScopedPointer<DialogAnswerer> answer(DialogAnswerer::messageBox(QMessageBox::Yes));
+            ActWhen second([&] { return !syslogMessages(w).filter(QStringLiteral(" from zpack")).isEmpty(); }, [&] { doubleClick(zfw); });
+            doubleClick(zpack);
+            QVERIFY(second.done());
+            QCOMPARE(answer->texts(), (QStringList{question, question, "A package is being uploaded. Please wait"}));
         }
         QStringList expected{"Loading zpack for Test pack 1.0", QStringLiteral("Creating dir %1lib/sub").arg(family ? "" : "/flash/")};
         for (const auto &member : zipped)
             expected << QStringLiteral("Uploading %1 from zpack").arg(member.first);
         QVERIFY2(inOrder(syslogMessages(w), expected << "ZPack uploaded!"), qPrintable(syslogText(w)));
+        QVERIFY(syslogMessages(w).filter(QStringLiteral("Loading zfw from")).isEmpty());
         for (const auto &member : zipped)
             QCOMPARE(board.readFile(member.first.mid(prefix.size())), member.second);
         QVERIFY(!MorvexWindowProbe::zpackArchive(w));
 
-        // A zfw through Upload Package: its names stand as they are, relative to the board folder or absolute.
-        const Members tarred{{"lib/", QByteArray()}, {"lib/util.py", "def util():\n    return 2\n"},
-                             {"lib/sub/deep.bin", randomBytes(2100, 2)}, {root + "top.py", "print('top')\n"}};
-        const QString zfw = local.filePath(QStringLiteral("fw.zfw"));
-        QVERIFY(writeZfw(zfw, {{"board", "PYBv1.1"}, {"mod", "flash"}, {"comment", "nightly"}}, tarred));
+        // The zfw again, through Upload Package.
         const int before = syslogMessages(w).size();
         {
             QScopedPointer<DialogAnswerer> answer(DialogAnswerer::fileName(zfw));
@@ -208,11 +208,6 @@ private slots:
         QTest::newRow("a member larger than a board holds ends the package")
             << "huge.zfw" << withMemberSize(whole, 1024, 0x7fffffffu) << QStringList{"Uploading a.txt", zfwDone}
             << QStringList{"Uploading b.bin"} << QVariantMap{{"a.txt", a}, {"b.bin", none}};
-        QVERIFY(writeZfw(tar, {}, {{"lib/", QByteArray()}, {"a.txt", a}}));
-        // Its end lies 4 GiB on, where the position wraps round to the member itself.
-        QTest::newRow("a member that reaches past 4 GiB ends the package")
-            << "wrap.zfw" << withMemberSize(readLocalFile(tar), 0, 0xfffffe00u) << QStringList{zfwDone}
-            << QStringList{"Uploading a.txt"} << QVariantMap{{"a.txt", none}};
         flipped = whole;
         flipped[0] = char(flipped.at(0) ^ 0x20);
         QTest::newRow("a bad first record") << "bad.zfw" << flipped << QStringList{"Cannot read zfw package: -6"}
@@ -256,37 +251,6 @@ private slots:
         if (onBoard.isEmpty())
             QCOMPARE(board.received().size(), sent);
         QVERIFY(!MorvexWindowProbe::zpackArchive(w) && !MorvexWindowProbe::zfwArchive(w));
-    }
-
-    void secondPackageRefused()
-    {
-        QTemporaryDir local;
-        const QString zpack = local.filePath(QStringLiteral("first.zpack"));
-        const QString zfw = local.filePath(QStringLiteral("second.zfw"));
-        const Members zipped{{"one.bin", randomBytes(3000, 4)}, {"two.txt", "two\n"}};
-        QVERIFY(writeZip(zpack, zipped));
-        QVERIFY(writeZfw(zfw, {}, {{"second.txt", "second\n"}}));
-        VirtualBoard board;
-        QVERIFY(board.start({"--family", "esp32"}));
-        MorvexWindow w;
-        QVERIFY(connectBoard(w, board, 1));
-        w.setPcFolder(local.path());
-        const auto doubleClick = [&](const QString &path) {
-            QMetaObject::invokeMethod(w.findChild<QTreeView *>(QStringLiteral("pcFileList")), "doubleClicked",
-                                      Q_ARG(QModelIndex, MorvexWindowProbe::pcModel(w).index(path)));
-        };
-        // Yes to both package questions; the warning has no Yes and is closed.
-        QScopedPointer<DialogAnswerer> answer(DialogAnswerer::messageBox(QMessageBox::Yes));
-        ActWhen second([&] { return syslogMessages(w).contains(QStringLiteral("Uploading one.bin from zpack")); },
-                       [&] { doubleClick(zfw); });
-        doubleClick(zpack);
-        QVERIFY(second.done());
-        QCOMPARE(answer->texts(), (QStringList{question, question, "A package is being uploaded. Please wait"}));
-        QVERIFY2(syslogMessages(w).contains(QStringLiteral("ZPack uploaded!")), qPrintable(syslogText(w)));
-        QVERIFY(syslogMessages(w).filter(QStringLiteral("Loading zfw from")).isEmpty());
-        for (const auto &member : zipped)
-            QCOMPARE(board.readFile(member.first), member.second);
-        QVERIFY(!board.exists(QStringLiteral("second.txt")));
     }
 
     void windowReleasesArchive_data()
