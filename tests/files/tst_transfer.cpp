@@ -24,36 +24,44 @@ private slots:
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QVariant>("setting"); // MC/TransferSize
-        QTest::addColumn<int>("size");
-        QTest::addColumn<QByteArrayList>("sent"); // besides the data packets
-
-        QTest::newRow("no setting, empty file") << "empty.bin" << QVariant() << 0
-                                                << QByteArrayList{"_upload('/flash/empty.bin', 512)\x04", "!0000000000", "@0000000000"};
-        QTest::newRow("31 means the default") << "c31.bin" << QVariant(31) << 1000 << QByteArrayList{"_upload('/flash/c31.bin', 512)\x04"};
-        QTest::newRow("32 is used") << "c32.bin" << QVariant(32) << 1000 << QByteArrayList{"_upload('/flash/c32.bin', 32)\x04"};
+        QTest::addColumn<bool>("viaFile");     // uploadFile, which refuses some characters
+        QTest::addColumn<QByteArrayList>("sent"); // besides the data packets; empty: refused
+        QTest::newRow("no setting, empty file")
+            << "empty.bin" << QVariant() << false << QByteArrayList{"_upload('/flash/empty.bin', 512)\x04", "!0000000000", "@0000000000"};
+        QTest::newRow("31 means the default") << "c31.bin" << QVariant(31) << false << QByteArrayList{"_upload('/flash/c31.bin', 512)\x04"};
+        QTest::newRow("32 is used") << "c32.bin" << QVariant(32) << false << QByteArrayList{"_upload('/flash/c32.bin', 32)\x04"};
         // Packages and the editor send any name: it reaches the board as it stands.
-        QTest::newRow("percent two kept") << "a%2b.txt" << QVariant() << 7 << QByteArrayList{"_upload('/flash/a%2b.txt', 512)"};
-        QTest::newRow("percent one kept") << "c%1d.txt" << QVariant() << 7 << QByteArrayList{"_upload('/flash/c%1d.txt', 512)"};
+        QTest::newRow("percent two kept") << "a%2b.txt" << QVariant() << false << QByteArrayList{"_upload('/flash/a%2b.txt', 512)"};
+        QTest::newRow("percent one kept") << "c%1d.txt" << QVariant() << false << QByteArrayList{"_upload('/flash/c%1d.txt', 512)"};
+        QTest::newRow("file, plain name") << "ok_name-1.txt" << QVariant() << true << QByteArrayList{"_upload('/flash/ok_name-1.txt'"};
+        for (const char *bad : {"a:b", "\u00e9", "a\\b", "a?", "a>", "a\tb"})
+            QTest::addRow("file, %s", bad) << QString::fromUtf8(bad) + ".txt" << QVariant() << true << QByteArrayList();
     }
 
     void uploadCall()
     {
         QFETCH(QString, name);
         QFETCH(QVariant, setting);
-        QFETCH(int, size);
+        QFETCH(bool, viaFile);
         QFETCH(QByteArrayList, sent);
         Session *s = session(0);
         QVERIFY(s);
         if (setting.isValid())
             QSettings().setValue(QStringLiteral("MC/TransferSize"), setting);
-        const QByteArray data = randomBytes(size, 11);
+        const QByteArray data = randomBytes(name.startsWith(QLatin1String("empty")) ? 0 : 1000, 11);
+        const QString source = local.filePath(QStringLiteral("source.bin"));
         const int before = s->board.received().size();
-        QVERIFY(uploadBytes(*s->window, data, QStringLiteral("/flash/") + name));
-        // The re-prompt ends an upload; the next row counts from behind it.
-        QVERIFY(waitFor([&] { return s->board.received().endsWith("\x01"); }, 5000));
+        QCOMPARE(viaFile ? writeLocalFile(source, data) && s->window->uploadFile(source, "/flash/" + name)
+                         : uploadBytes(*s->window, data, "/flash/" + name),
+                 !sent.isEmpty());
+        QCOMPARE(syslogMessages(*s->window).constLast().startsWith(QStringLiteral("Cannot upload - forbidden character ")), sent.isEmpty());
+        if (sent.isEmpty())
+            QCOMPARE(s->board.received().size(), before);
+        else // the re-prompt ends an upload; the next row counts from behind it
+            QVERIFY(waitFor([&] { return s->board.received().endsWith("\x01"); }, 5000));
         for (const QByteArray &packet : sent)
             QVERIFY2(s->board.received().mid(before).contains(packet), packet.constData());
-        QCOMPARE(s->board.readFile(name), data);
+        QCOMPARE(s->board.readFile(name), sent.isEmpty() ? QByteArray() : data);
     }
 
     void failures_data()
@@ -202,32 +210,6 @@ private slots:
         QCOMPARE(readLocalFile(localPath), yes ? QByteArray("board content") : QByteArray("local content"));
         if (!yes)
             QCOMPARE(s->board.received().size(), before);
-    }
-
-    void forbiddenCharacters_data()
-    {
-        QTest::addColumn<QString>("target");
-        QTest::addColumn<bool>("allowed");
-
-        QTest::newRow("plain") << "/flash/ok_name-1.txt" << true;
-        for (const char *bad : {"a:b", "\u00e9", "a\\b", "a?", "a>", "a\tb"})
-            QTest::newRow(bad) << "/flash/" + QString::fromUtf8(bad) + ".txt" << false;
-    }
-
-    void forbiddenCharacters()
-    {
-        QFETCH(QString, target);
-        QFETCH(bool, allowed);
-        Session *s = session(0);
-        QVERIFY(s);
-        QVERIFY(writeLocalFile(local.filePath(QStringLiteral("chars.txt")), "abc"));
-        const int before = s->board.received().size();
-        QCOMPARE(s->window->uploadFile(local.filePath(QStringLiteral("chars.txt")), target), allowed);
-        if (allowed) // the re-prompt ends an upload; the rows after this one count from behind it
-            QVERIFY(waitFor([&] { return s->board.received().endsWith("\x01"); }, 5000));
-        else
-            QCOMPARE(s->board.received().size(), before);
-        QCOMPARE(syslogMessages(*s->window).constLast().startsWith(QStringLiteral("Cannot upload - forbidden character ")), !allowed);
     }
 
 private:
