@@ -108,66 +108,13 @@ private slots:
     void init() { sandbox.clear(); }
     void cleanupTestCase() { sessions.clear(); }
 
-    void collectLocalFiles_data()
+    void dialogSignals()
     {
-        QTest::addColumn<FileMap>("tree");
-        QTest::addColumn<bool>("recursive");
-        QTest::addColumn<QStringList>("expected");
-        const FileMap tree{{"b.py", "b"}, {"a.txt", "a"}, {".hidden", "h"}, {"lib/x.py", "x"}, {"lib/deep/y.py", "y"},
-                           {"lib/.secret/z.py", "z"}, {"app/m.py", "m"}, {"empty/", ""}};
-        QTest::newRow("recursive: subdirectories first, by name")
-            << tree << true << QStringList{"app/m.py", "lib/deep/y.py", "lib/x.py", "a.txt", "b.py"};
-        QTest::newRow("flat: the root's own files") << tree << false << QStringList{"a.txt", "b.py"};
-        QTest::newRow("linked folders are followed, links back are not")
-            << FileMap{{"lib/x.py", "x"}, {"shared", "-> lib"}, {"lib/up", "-> ."}, {"a/b", "-> c"}, {"c/d", "-> a"}}
-            << true << QStringList{"lib/x.py", "shared/x.py"};
-        QTest::newRow("only empty subfolders") << FileMap{{"a/", ""}, {"a/b/", ""}} << true << QStringList();
-    }
-
-    void collectLocalFiles()
-    {
-        QFETCH(FileMap, tree);
-        QFETCH(bool, recursive);
-        QFETCH(QStringList, expected);
-        QTemporaryDir dir;
-        QVERIFY(writeTree(dir.path(), tree));
-        QCOMPARE(MorvexWindow::collectLocalFiles(dir.path(), QString(), recursive), expected);
-    }
-
-    void dialog_data()
-    {
-        QTest::addColumn<QVariant>("recursiveStored");
-        QTest::addColumn<QVariant>("missingStored");
-        QTest::newRow("fresh store") << QVariant() << QVariant();
-        QTest::newRow("only missing") << QVariant(false) << QVariant(true);
-    }
-
-    void dialog()
-    {
-        QFETCH(QVariant, recursiveStored);
-        QFETCH(QVariant, missingStored);
-        if (recursiveStored.isValid()) {
-            QSettings().setValue(QStringLiteral("Sync/Recursive"), recursiveStored);
-            QSettings().setValue(QStringLiteral("Sync/Missing"), missingStored);
-        }
-        const bool recursive = recursiveStored.isValid() ? recursiveStored.toBool() : true;
-        const bool missing = missingStored.isValid() ? missingStored.toBool() : true;
         SyncConfigurationDialog dialog;
-        dialog.load();
-        QCOMPARE(dialog.recursive(), recursive);
-        QCOMPARE(dialog.missing(), missing);
-        QCOMPARE(dialog.windowTitle(), QStringLiteral("Synchronization"));
-        dialog.findChild<QCheckBox *>(QStringLiteral("recursiveCheck"))->toggle();
-        dialog.findChild<QCheckBox *>(QStringLiteral("missingCheck"))->toggle();
-        dialog.save();
-        QCOMPARE(QSettings().value(QStringLiteral("Sync/Recursive")).toBool(), !recursive);
-        QCOMPARE(QSettings().value(QStringLiteral("Sync/Missing")).toBool(), !missing);
-
-        // A text set twice is one change.
         QSignalSpy sources(&dialog, &SyncConfigurationDialog::sourceChanged);
         QSignalSpy destinations(&dialog, &SyncConfigurationDialog::destinationChanged);
         dialog.setSource(QStringLiteral("/home/me/project"));
-        dialog.setSource(QStringLiteral("/home/me/project"));
+        dialog.setSource(QStringLiteral("/home/me/project")); // the same text again is no change
         QVERIFY(dialog.setProperty("destination", QStringLiteral("/flash/")));
         dialog.setDestination(QStringLiteral("/flash/"));
         QCOMPARE(sources.size(), 1);
@@ -181,15 +128,15 @@ private slots:
         QTest::addColumn<bool>("noMd5");
         QTest::addColumn<FileMap>("local");
         QTest::addColumn<FileMap>("before");
-        QTest::addColumn<QString>("via"); // the dialog ("flat", "keep" missing, "cancel"), or "names": every local name, directly
+        QTest::addColumn<QString>("via"); // the dialog ("flat", "keep" missing, "cancel"), "menu", or "names": all, directly
         QTest::addColumn<QByteArray>("hashScript"); // a replacement for the board's; "missing": an unreadable one
         QTest::addColumn<QStringList>("messages");  // in this order, each exactly once, the last one last
         QTest::addColumn<QStringList>("uploads");
         QTest::addColumn<FileMap>("after");
 
-        const auto same = [](const char *name) { return QStringLiteral("Skipping %1 - files are identical").arg(QLatin1String(name)); };
-        const auto absent = [](const char *name) { return QStringLiteral("Skipping %1 - destination file is missing").arg(QLatin1String(name)); };
-        const FileMap tree{{"same.txt", "same\n"}, {"changed.txt", "new\n"}, {"fresh.txt", "fresh\n"}, {".hidden", "never\n"},
+        const auto same = [](const char *name) { return "Skipping " + QString::fromLatin1(name) + " - files are identical"; };
+        const auto absent = [](const char *name) { return "Skipping " + QString::fromLatin1(name) + " - destination file is missing"; };
+        const FileMap tree{{"same.txt", "same\n"}, {"changed.txt", "new\n"}, {"fresh.txt", "fresh\n"}, {".hidden", "no\n"},
                            {"lib/same.py", "x = 1\n"}, {"lib/changed.py", "x = 3\n"}, {"lib/fresh.py", "y = 2\n"}};
         const FileMap treeBefore{{"same.txt", "same\n"}, {"changed.txt", "old, longer than the new one\n"},
                                  {"lib/same.py", "x = 1\n"}, {"lib/changed.py", "x = 2\n"}};
@@ -205,7 +152,8 @@ private slots:
         allDiffer["b.txt"] = "board b\n";
         allDiffer["c.txt"] = "board c\n";
         for (const char *delivery : {"usb", "uart"}) {
-            const auto row = [&](const char *what, bool noMd5, const FileMap &local, const FileMap &before, const char *via) -> QTestData & {
+            const auto row = [&](const char *what, bool noMd5, const FileMap &local, const FileMap &before,
+                                 const char *via) -> QTestData & {
                 return QTest::addRow("%s: %s", delivery, what) << QString::fromLatin1(delivery) << noMd5 << local << before
                                                                 << QString::fromLatin1(via) << QByteArray();
             };
@@ -213,12 +161,13 @@ private slots:
             row("recursive, upload missing", false, tree, treeBefore, "")
                 << QStringList{same("lib/same.py"), same("same.txt"), done} << all << treeAfter(all);
             row("flat, upload missing", false, tree, treeBefore, "flat")
-                << QStringList{same("same.txt"), done} << all.mid(2) << treeAfter(all.mid(2));
+                << QStringList{same("same.txt"), done} << QStringList(all.mid(2)) << treeAfter(all.mid(2));
             row("recursive, keep missing", false, tree, treeBefore, "keep")
                 << QStringList{absent("lib/fresh.py"), same("lib/same.py"), absent("fresh.txt"), same("same.txt"), done}
                 << QStringList{"lib/changed.py", "changed.txt"} << treeAfter({"lib/changed.py", "changed.txt"});
             row("flat, keep missing", false, tree, treeBefore, "flat keep")
-                << QStringList{absent("fresh.txt"), same("same.txt"), done} << QStringList{"changed.txt"} << treeAfter({"changed.txt"});
+                << QStringList{absent("fresh.txt"), same("same.txt"), done} << QStringList{"changed.txt"}
+                << treeAfter({"changed.txt"});
             row("cancel", false, tree, treeBefore, "cancel") << QStringList() << QStringList() << treeBefore;
             row("no MD5: learned from the first file identical under SHA1", true, abcd, boardAbcd, "")
                 << QStringList{"MC does not support MD5 computation - switched to SHA1", same("b.txt"), same("c.txt"), done}
@@ -235,6 +184,10 @@ private slots:
                 {{"a/keep.txt", "keep\n"}, {"root.txt", "board root\n"}}, "")
                 << QStringList{"Synchronization aborted - file upload failure"} << QStringList{"a/one.txt", "new/x.txt"}
                 << FileMap{{"a/keep.txt", "keep\n"}, {"a/one.txt", "one\n"}, {"root.txt", "board root\n"}};
+            row("linked folders are followed, links back are not", false,
+                {{"lib/x.py", "x"}, {"shared", "-> lib"}, {"lib/up", "-> ."}, {"a/b", "-> c"}, {"c/d", "-> a"}},
+                {{"lib/.keep", ""}, {"shared/.keep", ""}}, "") << QStringList{done} << QStringList{"lib/x.py", "shared/x.py"}
+                << FileMap{{"lib/.keep", ""}, {"shared/.keep", ""}, {"lib/x.py", "x"}, {"shared/x.py", "x"}};
             row("empty local folder", false, {{"sub/", ""}}, {{"main.py", "board\n"}}, "")
                 << QStringList{done} << QStringList() << FileMap{{"main.py", "board\n"}};
             // The PC pane's menu entry syncs its one file, and uploads a missing one whatever the store says.
@@ -251,7 +204,7 @@ private slots:
             << "usb" << false << abcd << boardAbcd << "" << QByteArray("def _hash(file):\n    return b''\n")
             << QStringList{"Syncronization aborted: hash computation failure"} << QStringList() << boardAbcd;
         QTest::newRow("usb: hash script cannot be read") << "usb" << false << abcd << boardAbcd << "" << QByteArray("missing")
-                                                         << QStringList{"Synchronization failed"} << QStringList() << boardAbcd;
+            << QStringList{"Synchronization failed"} << QStringList() << boardAbcd;
     }
 
     void runs()
@@ -278,9 +231,11 @@ private slots:
         const bool recursive = !via.contains(QLatin1String("flat"));
         const bool missing = !via.contains(QLatin1String("keep"));
         const bool accept = via != QLatin1String("cancel");
-        // The opposite of what the dialog is given, so that a Cancel that stored would show.
-        QSettings().setValue(QStringLiteral("Sync/Recursive"), !recursive);
-        QSettings().setValue(QStringLiteral("Sync/Missing"), !missing);
+        // A Cancel keeps the store fresh; otherwise it holds the opposite of what the dialog is given.
+        if (accept) {
+            QSettings().setValue(QStringLiteral("Sync/Recursive"), !recursive);
+            QSettings().setValue(QStringLiteral("Sync/Missing"), !missing);
+        }
         QStringList shown;
         DialogAnswerer answerer([&](QWidget *widget) {
             if (auto *menu = qobject_cast<QMenu *>(widget)) {
@@ -295,9 +250,13 @@ private slots:
                 return false;
             for (const char *edit : {"srcEdit", "destEdit"})
                 shown << dialog->findChild<QLineEdit *>(QLatin1String(edit))->text();
-            dialog->findChild<QCheckBox *>(QStringLiteral("recursiveCheck"))->setChecked(recursive);
-            dialog->findChild<QCheckBox *>(QStringLiteral("missingCheck"))->setChecked(missing);
-            dialog->findChild<QDialogButtonBox *>()->button(accept ? QDialogButtonBox::Ok : QDialogButtonBox::Cancel)->click();
+            for (const char *box : {"recursiveCheck", "missingCheck"}) {
+                auto *check = dialog->findChild<QCheckBox *>(QLatin1String(box));
+                shown << QString::number(check->isChecked());
+                check->setChecked(box[0] == 'r' ? recursive : missing);
+            }
+            dialog->findChild<QDialogButtonBox *>()->button(accept ? QDialogButtonBox::Ok : QDialogButtonBox::Cancel)
+                ->click();
             return true;
         });
         const int sentBefore = s->board.received().size();
@@ -313,9 +272,14 @@ private slots:
             w.hide();
         } else {
             windowAction(w, "actionSync")->trigger();
-            QCOMPARE(shown, (QStringList{dir.path(), "/flash/"}));
-            QCOMPARE(QSettings().value(QStringLiteral("Sync/Recursive")).toBool(), accept == recursive);
-            QCOMPARE(QSettings().value(QStringLiteral("Sync/Missing")).toBool(), accept == missing);
+            // A fresh store shows both boxes ticked; a Cancel stores nothing.
+            QCOMPARE(shown, (QStringList{dir.path(), "/flash/", QString::number(!accept || !recursive),
+                                         QString::number(!accept || !missing)}));
+            const auto stored = [](const char *key, bool value) {
+                return QSettings().contains(QLatin1String(key)) && QSettings().value(QLatin1String(key)).toBool() == value;
+            };
+            QCOMPARE(stored("Sync/Recursive", recursive), accept);
+            QCOMPARE(stored("Sync/Missing", missing), accept);
         }
         const QStringList log = syslogMessages(w).mid(logBefore);
         for (QString &message : messages) {

@@ -35,15 +35,15 @@ private slots:
                                               {"five13.bin", pattern(513)}, {prefixed, "prefixed"}, {longName, "long"}};
         for (auto it = files.cbegin(); it != files.cend(); ++it)
             QVERIFY(writeLocalFile(src + it.key(), it.value()));
+        const QStringList fixed{"--mtime=@1700000000", "--owner=0", "--group=0", "--numeric-owner", "--no-recursion", "-C", src};
         const auto gnuTar = [&](const char *format, const char *name, const QStringList &members, const QStringList &extra = {}) {
-            return runProgram(QStringLiteral("tar"), QStringList{QStringLiteral("--format=") + QLatin1String(format), "-cf", archive(name)} + extra
-                                                         + QStringList{"--mtime=@1700000000", "--owner=0", "--group=0", "--numeric-owner",
-                                                                       "--no-recursion", "-C", src}
-                                                         + members);
+            const QStringList args{QStringLiteral("--format=") + QLatin1String(format), "-cf", archive(name)};
+            return runProgram(QStringLiteral("tar"), args + extra + fixed + members);
         };
         QVERIFY(gnuTar("ustar", "ustar.tar", {"small.txt", "zero.bin", "five12.bin", "five13.bin"}));
         QVERIFY(gnuTar("pax", "pax.tar", {"small.txt", "zero.bin"},
-                       {"--pax-option=globexthdr.name=GlobalHead,board=PYBv1.1,mod=flash,comment=nightly,delete=atime,delete=ctime"}));
+                       {"--pax-option=globexthdr.name=GlobalHead,board=PYBv1.1,mod=flash,comment=nightly,"
+                        "delete=atime,delete=ctime"}));
         QVERIFY(gnuTar("gnu", "gnulong.tar", {longName}));
         QVERIFY(gnuTar("ustar", "prefix.tar", {prefixed}));
         // Whole-second times, so that no per-member pax header is needed.
@@ -80,25 +80,28 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
         QTest::addColumn<int>("openCode");
         QTest::addColumn<QStringList>("entries"); // "position name type size ustar"
         QTest::addColumn<int>("endCode");
-        const QStringList four{"0 small.txt 0 11 1", "1024 zero.bin 0 0 1", "1536 five12.bin 0 512 1", "2560 five13.bin 0 513 1"};
+        const int end = TAR_ENULLRECORD;
+        const QStringList four{"0 small.txt 0 11 1", "1024 zero.bin 0 0 1", "1536 five12.bin 0 512 1",
+                               "2560 five13.bin 0 513 1"};
         QString joined = prefixed; // prefix and name run together, without the "/" between them
         joined.remove(64, 1);
-        QTest::newRow("ustar, sizes 0, 512 and 513") << "ustar.tar" << 0 << four << int(TAR_ENULLRECORD);
+        QTest::newRow("ustar, sizes 0, 512 and 513") << "ustar.tar" << 0 << four << end;
         QTest::newRow("GNU pax, global header first")
-            << "pax.tar" << 0 << QStringList{"0 GlobalHead g 49 1", "1024 small.txt 0 11 1", "2048 zero.bin 0 0 1"} << int(TAR_ENULLRECORD);
+            << "pax.tar" << 0 << QStringList{"0 GlobalHead g 49 1", "1024 small.txt 0 11 1", "2048 zero.bin 0 0 1"} << end;
         QTest::newRow("tarfile pax, global header and a directory")
-            << "python.tar" << 0 << QStringList{"0 ././@PaxHeader g 49 1", "1024 lib/ 5 0 1", "1536 lib/a.py 0 9 1"} << int(TAR_ENULLRECORD);
+            << "python.tar" << 0 << QStringList{"0 ././@PaxHeader g 49 1", "1024 lib/ 5 0 1", "1536 lib/a.py 0 9 1"} << end;
         // The old GNU magic "ustar " makes plain headers; the long name is a member of its own.
         QTest::newRow("GNU long name") << "gnulong.tar" << 0
                                        << QStringList{QStringLiteral("0 ././@LongLink L %1 0").arg(longName.size() + 1),
                                                       QStringLiteral("1024 %1 0 4 0").arg(longName.left(100))}
-                                       << int(TAR_ENULLRECORD);
-        QTest::newRow("prefix") << "prefix.tar" << 0 << QStringList{"0 " + joined + " 0 8 1"} << int(TAR_ENULLRECORD);
+                                       << end;
+        QTest::newRow("prefix") << "prefix.tar" << 0 << QStringList{"0 " + joined + " 0 8 1"} << end;
         QTest::newRow("truncated in the last member") << "truncated.tar" << 0 << four << int(TAR_EREADFAIL);
         QTest::newRow("a member that reaches past 4 GiB ends the walk")
             << "wrap.tar" << 0 << QStringList{"0 huge.bin 0 4294966784 0"} << int(TAR_ESEEKFAIL);
-        QTest::newRow("flipped byte in the second header") << "flipped-second.tar" << 0 << QStringList(four.mid(0, 1)) << int(TAR_EBADCHKSUM);
-        QTest::newRow("flipped byte in the first header") << "flipped-first.tar" << int(TAR_EBADCHKSUM) << QStringList() << 0;
+        QTest::newRow("flipped byte in the second header")
+            << "flipped-second.tar" << 0 << QStringList(four.mid(0, 1)) << int(TAR_EBADCHKSUM);
+        QTest::newRow("flipped byte in the first header") << "flipped-first.tar" << int(TAR_EBADCHKSUM) << QStringList{} << 0;
         QTest::newRow("empty file") << "empty.tar" << int(TAR_EREADFAIL) << QStringList() << 0;
         QTest::newRow("zero record first") << "zero.tar" << int(TAR_ENULLRECORD) << QStringList() << 0;
         QTest::newRow("missing file") << "absent.tar" << int(TAR_EOPENFAIL) << QStringList() << 0;
@@ -122,8 +125,11 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
             if ((code = tar_read_header(&tar, &header)) != TAR_ESUCCESS)
                 break;
             QCOMPARE(tar_tell(&tar), at); // a header read leaves the position at the header
-            seen << QStringLiteral("%1 %2 %3 %4 %5").arg(at).arg(QString::fromLatin1(header.name), QString(QLatin1Char(char(header.type))))
-                        .arg(header.size).arg(header.ustar);
+            seen << QStringLiteral("%1 %2 %3 %4 %5")
+                        .arg(at)
+                        .arg(QString::fromLatin1(header.name), QString(QLatin1Char(char(header.type))))
+                        .arg(header.size)
+                        .arg(header.ustar);
             if ((code = tar_next(&tar)) != TAR_ESUCCESS)
                 break;
         }
@@ -141,18 +147,21 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
         QTest::addColumn<QByteArray>("expected");
         QTest::addColumn<int>("code");
         QTest::addColumn<QString>("following"); // the member tar_next reaches afterwards
-        QTest::newRow("513 bytes in one read") << "ustar.tar" << "five13.bin" << 0 << QList<int>{513} << pattern(513) << 0 << "";
-        QTest::newRow("512 bytes in two reads") << "ustar.tar" << "five12.bin" << 0 << QList<int>{500, 12} << pattern(512) << 0 << "five13.bin";
-        QTest::newRow("empty member") << "ustar.tar" << "zero.bin" << 0 << QList<int>{0} << QByteArray() << 0 << "five12.bin";
-        QTest::newRow("pax global header records") << "python.tar" << "././@PaxHeader" << 0 << QList<int>{49}
-                                                   << QByteArray("17 board=PYBv1.1\n13 mod=flash\n19 comment=nightly\n") << 0 << "lib/";
-        QTest::newRow("truncated member: what is there, the rest stays")
-            << "truncated.tar" << "five13.bin" << 0 << QList<int>{513} << pattern(88) + QByteArray(425, '\0') << int(TAR_EREADFAIL) << "";
-        QTest::newRow("present in a truncated archive") << "truncated.tar" << "five12.bin" << 0 << QList<int>{512} << pattern(512) << 0 << "";
-        QTest::newRow("absent") << "ustar.tar" << "five14.bin" << int(TAR_ENOTFOUND) << QList<int>() << QByteArray() << 0 << "";
-        QTest::newRow("name is matched whole") << "ustar.tar" << "five1" << int(TAR_ENOTFOUND) << QList<int>() << QByteArray() << 0 << "";
+        using L = QList<int>;
+        QTest::newRow("513 bytes in one read") << "ustar.tar" << "five13.bin" << 0 << L{513} << pattern(513) << 0 << "";
+        QTest::newRow("512 bytes in two reads")
+            << "ustar.tar" << "five12.bin" << 0 << L{500, 12} << pattern(512) << 0 << "five13.bin";
+        QTest::newRow("empty member") << "ustar.tar" << "zero.bin" << 0 << L{0} << QByteArray() << 0 << "five12.bin";
+        QTest::newRow("pax global header records") << "python.tar" << "././@PaxHeader" << 0 << L{49}
+            << QByteArray("17 board=PYBv1.1\n13 mod=flash\n19 comment=nightly\n") << 0 << "lib/";
+        QTest::newRow("truncated member: what is there, the rest stays") << "truncated.tar" << "five13.bin" << 0 << L{513}
+            << pattern(88) + QByteArray(425, '\0') << int(TAR_EREADFAIL) << "";
+        QTest::newRow("present in a truncated archive")
+            << "truncated.tar" << "five12.bin" << 0 << L{512} << pattern(512) << 0 << "";
+        QTest::newRow("absent") << "ustar.tar" << "five14.bin" << int(TAR_ENOTFOUND) << L() << QByteArray() << 0 << "";
+        QTest::newRow("name is matched whole") << "ustar.tar" << "five1" << int(TAR_ENOTFOUND) << L() << QByteArray() << 0 << "";
         QTest::newRow("absent from a truncated archive")
-            << "truncated.tar" << "five14.bin" << int(TAR_EREADFAIL) << QList<int>() << QByteArray() << 0 << "";
+            << "truncated.tar" << "five14.bin" << int(TAR_EREADFAIL) << L() << QByteArray() << 0 << "";
     }
 
     void readData()

@@ -27,13 +27,19 @@ private slots:
         QTest::addColumn<bool>("viaFile");     // uploadFile, which refuses some characters
         QTest::addColumn<QByteArrayList>("sent"); // besides the data packets; empty: refused
         QTest::newRow("no setting, empty file")
-            << "empty.bin" << QVariant() << false << QByteArrayList{"_upload('/flash/empty.bin', 512)\x04", "!0000000000", "@0000000000"};
-        QTest::newRow("31 means the default") << "c31.bin" << QVariant(31) << false << QByteArrayList{"_upload('/flash/c31.bin', 512)\x04"};
-        QTest::newRow("32 is used") << "c32.bin" << QVariant(32) << false << QByteArrayList{"_upload('/flash/c32.bin', 32)\x04"};
+            << "empty.bin" << QVariant() << false
+            << QByteArrayList{"_upload('/flash/empty.bin', 512)\x04", "!0000000000", "@0000000000"};
+        QTest::newRow("31 means the default") << "c31.bin" << QVariant(31) << false
+            << QByteArrayList{"_upload('/flash/c31.bin', 512)\x04"};
+        QTest::newRow("32 is used") << "c32.bin" << QVariant(32) << false
+            << QByteArrayList{"_upload('/flash/c32.bin', 32)\x04"};
         // Packages and the editor send any name: it reaches the board as it stands.
-        QTest::newRow("percent two kept") << "a%2b.txt" << QVariant() << false << QByteArrayList{"_upload('/flash/a%2b.txt', 512)"};
-        QTest::newRow("percent one kept") << "c%1d.txt" << QVariant() << false << QByteArrayList{"_upload('/flash/c%1d.txt', 512)"};
-        QTest::newRow("file, plain name") << "ok_name-1.txt" << QVariant() << true << QByteArrayList{"_upload('/flash/ok_name-1.txt'"};
+        QTest::newRow("percent two kept") << "a%2b.txt" << QVariant() << false
+            << QByteArrayList{"_upload('/flash/a%2b.txt', 512)"};
+        QTest::newRow("percent one kept") << "c%1d.txt" << QVariant() << false
+            << QByteArrayList{"_upload('/flash/c%1d.txt', 512)"};
+        QTest::newRow("file, plain name") << "ok_name-1.txt" << QVariant() << true
+            << QByteArrayList{"_upload('/flash/ok_name-1.txt'"};
         for (const char *bad : {"a:b", "\u00e9", "a\\b", "a?", "a>", "a\tb"})
             QTest::addRow("file, %s", bad) << QString::fromUtf8(bad) + ".txt" << QVariant() << true << QByteArrayList();
     }
@@ -54,7 +60,8 @@ private slots:
         QCOMPARE(viaFile ? writeLocalFile(source, data) && s->window->uploadFile(source, "/flash/" + name)
                          : uploadBytes(*s->window, data, "/flash/" + name),
                  !sent.isEmpty());
-        QCOMPARE(syslogMessages(*s->window).constLast().startsWith(QStringLiteral("Cannot upload - forbidden character ")), sent.isEmpty());
+        QCOMPARE(syslogMessages(*s->window).constLast().startsWith(QStringLiteral("Cannot upload - forbidden character ")),
+            sent.isEmpty());
         if (sent.isEmpty())
             QCOMPARE(s->board.received().size(), before);
         else // the re-prompt ends an upload; the next row counts from behind it
@@ -74,20 +81,25 @@ private slots:
         const QByteArray fox = QByteArray("The quick brown fox jumps over the lazy dog. ").repeated(20);
         QByteArray unmasked = readLocalFile(QStringLiteral(":/data/download.py"));
         unmasked.replace("csum & 0xFFFFFFFF", "(csum & 0xFFFFFFFF) + (1 << 32)"); // the high half is not 0
-        const QByteArray words = "import sys\ndef _download(filename):\n    sys.stdout.write('>\\u043d\\u0435\\u0442\\x00tail#6>')\n";
+        const QByteArray words = "import sys\ndef _download(filename):\n"
+                                 "    sys.stdout.write('>\\u043d\\u0435\\u0442\\x00tail#6>')\n";
         const QString mismatch = QStringLiteral("^File downloaded with errors!! \\(checksum mismatch ");
-        QTest::newRow("upload to a missing directory") << QStringList() << QByteArray() << randomBytes(700, 7) << "/nodir/x.bin"
-                                                       << "^Transmission error\\. Aborted$";
+        QTest::newRow("upload to a missing directory")
+            << QStringList() << QByteArray() << randomBytes(700, 7) << "/nodir/x.bin" << "^Transmission error\\. Aborted$";
         // "#4" and the board's text, as hexadecimal digits.
-        QTest::newRow("upload corrupted on the line") << QStringList{"--corrupt-rx", "_upload:20"} << QByteArray() << fox << "/bad.txt"
-                                                      << "^Invalid reply 2334.*\\. Aborted$";
+        QTest::newRow("upload corrupted on the line")
+            << QStringList{"--corrupt-rx", "_upload:20"} << QByteArray() << fox << "/bad.txt"
+            << "^Invalid reply 2334.*\\. Aborted$";
         QTest::newRow("download corrupted on the line")
             << QStringList{"--corrupt-tx", "_download:10"} << QByteArray() << fox << "" << mismatch + "\\d+ vs \\d+$";
-        QTest::newRow("board sum not masked") << QStringList() << unmasked << QByteArray("abc") << "" << mismatch + "4294967590 vs 294$";
+        QTest::newRow("board sum not masked") << QStringList() << unmasked << QByteArray("abc") << ""
+            << mismatch + "4294967590 vs 294$";
         QTest::newRow("sum past 2^32") << QStringList() << QByteArray() << QByteArray(16843100, char(0xFF)) << "" << "";
-        QTest::newRow("missing file") << QStringList() << QByteArray() << QByteArray() << "" << "^Transmission error: .*ENOENT";
+        QTest::newRow("missing file") << QStringList() << QByteArray() << QByteArray() << ""
+            << "^Transmission error: .*ENOENT";
         // The board's own words are UTF-8, shown up to their first zero byte.
-        QTest::newRow("board words") << QStringList() << words << QByteArray("x") << "" << "^Transmission error: \u043d\u0435\u0442$";
+        QTest::newRow("board words") << QStringList() << words << QByteArray("x") << ""
+            << "^Transmission error: \u043d\u0435\u0442$";
     }
 
     void failures()
@@ -113,19 +125,20 @@ private slots:
         if (!uploadTo.isEmpty()) {
             QVERIFY(!uploadBytes(w, content, uploadTo));
         } else {
-            QVERIFY(content.isNull() ? !s->board.exists(QStringLiteral("x.bin")) || QFile::remove(s->board.fsPath() + "/x.bin")
-                                     : s->board.writeFile(QStringLiteral("x.bin"), content));
+            QFile::remove(s->board.fsPath() + "/x.bin");
+            QVERIFY(content.isNull() || s->board.writeFile(QStringLiteral("x.bin"), content));
             QVERIFY(w.downloadToFile(QStringLiteral("/x.bin"), local.filePath(QStringLiteral("x.bin"))));
         }
         const QStringList errors = syslogMessages(w).mid(before).filter(QRegularExpression(QStringLiteral("error|Invalid")));
         QVERIFY2(errors.size() == (logged.isEmpty() ? 0 : 1), qPrintable(errors.join('\n')));
-        QVERIFY2(logged.isEmpty() || QRegularExpression(logged).match(errors.value(0)).hasMatch(), qPrintable(errors.join('\n')));
+        QVERIFY2(logged.isEmpty() || QRegularExpression(logged).match(errors.value(0)).hasMatch(),
+                 qPrintable(errors.join('\n')));
         if (logged.isEmpty())
             QVERIFY(readLocalFile(local.filePath(QStringLiteral("x.bin"))) == content);
         if (uploadTo != QLatin1String("/nodir/x.bin"))
             return;
         QVERIFY(!s->board.exists(QStringLiteral("nodir")));
-        // The actions stay off; the swallowed packet is a half command that Ctrl-C discards silently: Abort fails, Reset helps.
+        // The actions stay off; the swallowed packet is a half command Ctrl-C discards silently: Abort fails, Reset helps.
         QVERIFY(!windowAction(w, "actionUpload")->isEnabled());
         windowAction(w, "actionAbort")->trigger();
         QCOMPARE(syslogMessages(w).constLast(), QStringLiteral("Abort failed"));
@@ -140,10 +153,13 @@ private slots:
         QTest::addColumn<QString>("message");
 
         QTest::newRow("size packet unanswered") << "size" << false << "Error while starting the transmission. Aborted";
-        QTest::newRow("size packet, abort empties the queue") << "size" << true << "No reply for the transmitted data. Aborted";
+        QTest::newRow("size packet, abort empties the queue") << "size" << true
+            << "No reply for the transmitted data. Aborted";
         QTest::newRow("data packet, abort empties the queue") << "data" << true << "No reply. Aborted";
-        QTest::newRow("checksum packet unanswered") << "sum" << false << "Finalization error (during transmission phase). Aborted";
-        QTest::newRow("checksum packet, abort empties the queue") << "sum" << true << "Finalization error (during reception phase). Aborted";
+        QTest::newRow("checksum packet unanswered") << "sum" << false
+            << "Finalization error (during transmission phase). Aborted";
+        QTest::newRow("checksum packet, abort empties the queue") << "sum" << true
+            << "Finalization error (during reception phase). Aborted";
     }
 
     void uploadFailures()
@@ -173,7 +189,8 @@ private slots:
         MorvexWindow &w = *s->window;
         const int sentBefore = s->board.received().size();
         const int logBefore = syslogMessages(w).size();
-        const QByteArray awaited = stage == "size" ? "!0000000008" : stage == "data" ? "c2lsZW50" : "@"; // the packet left unanswered
+        // The packet left unanswered.
+        const QByteArray awaited = stage == "size" ? "!0000000008" : stage == "data" ? "c2lsZW50" : "@";
         ActWhen pressAbort([&] { return abort && s->board.received().mid(sentBefore).contains(awaited); },
                            [&] { windowAction(w, "actionAbort")->trigger(); });
         QVERIFY(!uploadBytes(w, "silent", QStringLiteral("/flash/%1.txt").arg(stage)));
@@ -217,22 +234,22 @@ private:
         VirtualBoard board;
         std::unique_ptr<MorvexWindow> window;
     };
-    Session *session(int family);
-
     SettingsSandbox sandbox;
     QTemporaryDir local;
     std::unique_ptr<Session> sessions[2];
-};
 
-tst_Transfer::Session *tst_Transfer::session(int family)
-{
-    auto &s = sessions[family];
-    if (s && s->window && MorvexWindowProbe::port(*s->window).isOpen())
+    Session *session(int family)
+    {
+        auto &s = sessions[family];
+        if (!s || !MorvexWindowProbe::port(*s->window).isOpen()) {
+            s.reset(new Session);
+            s->window.reset(new MorvexWindow);
+            if (!s->board.start({"--family", family ? "esp32" : "stm32"}) || !connectBoard(*s->window, s->board, family))
+                return nullptr;
+        }
         return s.get();
-    s.reset(new Session);
-    s->window.reset(new MorvexWindow);
-    return s->board.start({"--family", family ? "esp32" : "stm32"}) && connectBoard(*s->window, s->board, family) ? s.get() : nullptr;
-}
+    }
+};
 
 QTEST_MAIN(tst_Transfer)
 #include "tst_transfer.moc"

@@ -1,4 +1,4 @@
-// Editing board files through the real window: guards, questions and failures (the plain edit runs in every delivery mode elsewhere).
+// Editing board files through the real window: guards, questions and failures.
 #include "codeeditor.h"
 #include "morvexwindowprobe.h"
 #include "qcodeeditor.h"
@@ -6,7 +6,6 @@
 #include "virtualboard.h"
 
 #include <QAction>
-#include <QApplication>
 #include <QFileDialog>
 #include <QMenu>
 #include <QPointer>
@@ -21,8 +20,6 @@
 namespace {
 const QString alreadyEdited = QStringLiteral("A file is already being edited");
 const QString cannotUpload = QStringLiteral("The file cannot be uploaded. Save it?");
-
-const QByteArray pythonFile = QByteArray("def step(x):\n    return x * 2\n").repeated(30); // several download blocks
 
 QList<CodeEditor *> shownEditors(MorvexWindow &w)
 {
@@ -86,9 +83,10 @@ private slots:
     {
         QTest::addColumn<QString>("way");
         QTest::addColumn<QString>("name"); // the row made current, or the new file's name (null: the input cancelled)
-        QTest::addColumn<QString>("warning");
-        QTest::addColumn<QString>("button"); // how the editor is left; empty: none opens
-        const QString noFile = QStringLiteral("Select a MC file to edit"), invalid = QStringLiteral("The file name is invalid");
+        QTest::addColumn<QString>("warning"); // for a download replaced by a hollow or a missing script: the log line
+        QTest::addColumn<QString>("button");  // how the editor is left; empty: none opens
+        const QString noFile = QStringLiteral("Select a MC file to edit");
+        const QString invalid = QStringLiteral("The file name is invalid");
         QTest::newRow("double click, no click action set") << "double click" << "main.py" << "" << "closeButton";
         QTest::newRow("context menu Edit") << "menu" << "main.py" << "" << "closeButton";
         QTest::newRow("Edit action") << "action" << "a.txt" << "" << "closeButton";
@@ -102,6 +100,10 @@ private slots:
         QTest::newRow("new file existing") << "new" << "a.txt" << "A file with the same name already exists" << "";
         QTest::newRow("new file, empty name") << "new" << "" << "" << "";
         QTest::newRow("new file cancelled") << "new" << QString() << "" << "";
+        QTest::newRow("empty copy of a file with content") << "hollow" << "main.py"
+            << "Nothing of /flash/main.py was downloaded although the file is not empty; it is not opened for editing" << "";
+        QTest::newRow("empty copy of an empty file") << "hollow" << "empty.txt" << "" << "closeButton";
+        QTest::newRow("download script missing") << "no script" << "a.txt" << "" << "";
     }
 
     void opening()
@@ -117,7 +119,15 @@ private slots:
         const QModelIndex index = way == "new" || name.isEmpty() ? QModelIndex() : boardRow(w, name);
         view->setCurrentIndex(index);
         const QByteArray content = way == "new" ? QByteArray() : s->board.readFile(name);
+        const bool download = way == "hollow" || way == "no script";
+        if (download) {
+            const QString script = local.filePath(way);
+            QVERIFY(way == "no script"
+                    || writeLocalFile(script, "import sys\ndef _download(filename):\n    sys.stdout.write('>0#7>')\n"));
+            QSettings().setValue(QStringLiteral("Scripts/Download"), script);
+        }
         const int before = s->board.received().size();
+        const int logged = syslogMessages(w).size();
         QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
         QScopedPointer<DialogAnswerer> input(DialogAnswerer::inputText(name));
         DialogAnswerer menuAnswer([](QWidget *widget) {
@@ -128,16 +138,16 @@ private slots:
             }
             return menu != nullptr;
         });
-        if (way == "double click")
+        if (way == "double click" || download)
             QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, index));
         else if (way == "menu")
             emit view->customContextMenuRequested(view->visualRect(index).center());
         else
             windowAction(w, way == "new" ? "actionNew_File" : "actionEdit")->trigger();
-        QCOMPARE(input->answered(), way == "new" ? 1 : 0);
-        QCOMPARE(menuAnswer.answered(), way == "menu" ? 1 : 0);
-        QCOMPARE(boxes->texts(), warning.isEmpty() ? QStringList() : QStringList{warning});
-        QCOMPARE(boxes->titles(), warning.isEmpty() ? QStringList() : QStringList{way == "new" ? "New File" : "Edit"});
+        const bool asked = !warning.isEmpty() && !download;
+        QCOMPARE(boxes->texts(), asked ? QStringList{warning} : QStringList());
+        QCOMPARE(boxes->titles(), asked ? QStringList{way == "new" ? "New File" : "Edit"} : QStringList());
+        QCOMPARE(syslogMessages(w).mid(logged).filter(QStringLiteral("Nothing of")).join(QString()), asked ? "" : warning);
         QCOMPARE(shownEditors(w).size(), button.isEmpty() ? 0 : 1);
         if (!button.isEmpty()) {
             QPointer<CodeEditor> editor = shownEditors(w).constFirst();
@@ -154,72 +164,46 @@ private slots:
             QCOMPARE(s->board.readFile(name), QByteArray("x = 1\n"));
         else if (way == "new")
             QCOMPARE(s->board.received().size(), before); // nothing reaches the board until accepted
-        QCOMPARE(boardRow(w, name).isValid(), stored || (QStringList{"main.py", "a.txt", "lib"}.contains(name)));
-    }
-
-    // One edit start to end: the link works behind it, a second edit is refused, and the close question goes with the edit.
-    void editAndUpload()
-    {
-        const QString name = QStringLiteral("conf.json");
-        VirtualBoard board;
-        MorvexWindow w;
-        w.show();
-        QVERIFY(connectTo(board, w, {}, {{name, "{\"b\": 1, \"a\": [true]}"}, {"other.txt", "other"}}));
+        const QStringList onBoard{"main.py", "a.txt", "empty.txt", "lib"};
+        QCOMPARE(boardRow(w, name).isValid(), stored || onBoard.contains(name));
+        if (!download || !button.isEmpty())
+            return;
+        // The file counts as edited until the link closes; New File is called as its slot, whose action may be off.
+        QSettings().remove(QStringLiteral("Scripts/Download"));
+        boxes.reset(DialogAnswerer::messageBox(QMessageBox::Ok));
+        QVERIFY(doubleClickRow(w, name));
+        QMetaObject::invokeMethod(&w, "on_actionNew_File_triggered");
+        QCOMPARE(boxes->texts(), (QStringList{alreadyEdited, alreadyEdited}));
+        windowAction(w, "actionConnect")->trigger();
+        QVERIFY(connectBoard(w, s->board, 0));
         QPointer<CodeEditor> editor = openOne(w, name);
         QVERIFY(editor);
-        QCOMPARE(textOf(editor)->toPlainText(), QStringLiteral("{\n    \"a\": [\n        true\n    ],\n    \"b\": 1\n}\n")); // indented
-        QCOMPARE(editor->windowModality(), Qt::NonModal);
-        QVERIFY(!QApplication::activeModalWidget());
-        {
-            QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::No));
-            QVERIFY(!w.close());
-            QCOMPARE(boxes->texts(), QStringList{"An MC operation is in progress. Abort and quit?"});
-        }
-
-        QVERIFY(downloadEnded(board));
-        int before = board.received().size();
-        {
-            QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
-            QVERIFY(doubleClickRow(w, QStringLiteral("other.txt")));
-            windowAction(w, "actionNew_File")->trigger();
-            QCOMPARE(boxes->texts(), (QStringList{alreadyEdited, alreadyEdited}));
-            QCOMPARE(boxes->titles(), (QStringList{"Edit", "New File"}));
-        }
-        QCOMPARE(shownEditors(w), QList<CodeEditor *>{editor});
-        QCOMPARE(board.received().size(), before);
-        w.changeBoardDir(QStringLiteral("/flash"));
-        QVERIFY(board.received().mid(before).contains("os.chdir('/flash')"));
-
-        before = board.received().size();
-        press(editor, "applyButton");
-        QCOMPARE(board.readFile(name), QByteArray("{\"a\":[true],\"b\":1}")); // stored compact
-        QVERIFY(syslogMessages(w).contains(QStringLiteral("Finished uploading to /flash/%1").arg(name)));
-        QVERIFY(board.received().mid(before).contains("os.chdir('/flash')")); // listed again
-        QVERIFY(waitDeleted(editor));
-        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::No));
-        QVERIFY(w.close()); // no edit open: no question
-        QCOMPARE(boxes->answered(), 0);
+        press(editor, "closeButton");
+        QVERIFY(waitDeleted(editor) && downloadEnded(s->board));
     }
 
-    void uploadRefused_data()
+    void edit_data()
     {
         QTest::addColumn<QString>("delivery");
-        QTest::addColumn<QString>("cause");
-        QTest::addColumn<bool>("save");
+        QTest::addColumn<QString>("cause"); // why the upload is refused; empty: it is not
+        QTest::addColumn<bool>("save");     // the answer to the save question
+        QTest::newRow("usb: uploaded") << "usb" << "" << false;
         QTest::newRow("usb: upload fails, saved locally") << "usb" << "corrupt" << true;
         QTest::newRow("uart: upload fails, not saved") << "uart" << "corrupt" << false;
         QTest::newRow("uart: link closed, saved locally") << "uart" << "closed" << true;
         QTest::newRow("usb: link back before the upload") << "usb" << "back" << false;
     }
 
-    // The save question instead of an upload: after a failed upload, or at once when the editor's link has gone.
-    void uploadRefused()
+    // One edit start to end: the link works behind it, a second edit and quitting are refused, and the save question
+    // comes instead of an upload after a failed one, or at once when the editor's link has gone.
+    void edit()
     {
         QFETCH(QString, delivery);
         QFETCH(QString, cause);
         QFETCH(bool, save);
         VirtualBoard board;
         MorvexWindow w;
+        w.show();
         QStringList args{"--delivery", delivery};
         if (cause == "corrupt") // a byte of the upload corrupted on the line fails its checksum
             args << "--corrupt-rx" << "_upload:20";
@@ -228,8 +212,23 @@ private slots:
         w.setPcFolder(saveDir.path());
         QPointer<CodeEditor> editor = openOne(w, QStringLiteral("conf.txt"));
         QVERIFY(editor);
+        QCOMPARE(editor->windowModality(), Qt::NonModal);
+        QVERIFY(downloadEnded(board));
+        int before = board.received().size();
+        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::No));
+        QVERIFY(!w.close());
+        QVERIFY(doubleClickRow(w, QStringLiteral("b.txt")));
+        windowAction(w, "actionNew_File")->trigger();
+        QCOMPARE(boxes->texts(),
+                 (QStringList{"An MC operation is in progress. Abort and quit?", alreadyEdited, alreadyEdited}));
+        QCOMPARE(boxes->titles().mid(1), (QStringList{"Edit", "New File"}));
+        QCOMPARE(shownEditors(w), QList<CodeEditor *>{editor});
+        QCOMPARE(board.received().size(), before);
+        w.changeBoardDir(QStringLiteral("/flash"));
+        QVERIFY(board.received().mid(before).contains("os.chdir('/flash')"));
+
         QPointer<CodeEditor> current;
-        if (cause != "corrupt") {
+        if (cause == "closed" || cause == "back") {
             windowAction(w, "actionConnect")->trigger(); // disconnects, and leaves the editor open
             QVERIFY(!MorvexWindowProbe::port(w).isOpen() && editor->isVisible());
         }
@@ -238,10 +237,10 @@ private slots:
             QVERIFY(doubleClickRow(w, QStringLiteral("b.txt")));
             QCOMPARE(shownEditors(w).size(), 2);
             current = shownEditors(w).at(shownEditors(w).at(0) == editor ? 1 : 0);
+            QVERIFY(downloadEnded(board));
         }
         append(editor, QStringLiteral("speed = 2\n"));
-        QVERIFY(downloadEnded(board));
-        const int before = board.received().size();
+        before = board.received().size();
         const int logged = syslogMessages(w).size();
         QString proposal;
         DialogAnswerer files([&](QWidget *widget) {
@@ -252,15 +251,22 @@ private slots:
             }
             return dialog != nullptr;
         });
-        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(save ? QMessageBox::Yes : QMessageBox::No));
+        boxes.reset(DialogAnswerer::messageBox(save ? QMessageBox::Yes : QMessageBox::No));
         press(editor, "applyButton");
-        QCOMPARE(boxes->texts().filter(QStringLiteral("Save it?")), QStringList{cannotUpload});
-        QCOMPARE(boxes->titles().value(boxes->texts().indexOf(cannotUpload)), QStringLiteral("Edit"));
-        QVERIFY(syslogMessages(w).filter(QStringLiteral("Finished uploading")).isEmpty());
+        QVERIFY(waitDeleted(editor));
         const QString localCopy = saveDir.filePath(QStringLiteral("conf.txt"));
         QCOMPARE(proposal, save ? localCopy : QString());
         QCOMPARE(readLocalFile(localCopy), save ? QByteArray("speed = 1\nspeed = 2\n") : QByteArray());
-        QVERIFY(waitDeleted(editor));
+        QCOMPARE(syslogMessages(w).contains(QStringLiteral("Finished uploading to /flash/conf.txt")), cause.isEmpty());
+        if (cause.isEmpty()) {
+            QCOMPARE(board.readFile(QStringLiteral("conf.txt")), QByteArray("speed = 1\nspeed = 2\n"));
+            QVERIFY(board.received().mid(before).contains("os.chdir('/flash')")); // listed again
+            QVERIFY(w.close()); // no edit open: no question
+            QCOMPARE(boxes->answered(), 0);
+            return;
+        }
+        QCOMPARE(boxes->texts().filter(QStringLiteral("Save it?")), QStringList{cannotUpload});
+        QCOMPARE(boxes->titles().value(boxes->texts().indexOf(cannotUpload)), QStringLiteral("Edit"));
         if (cause == "corrupt")
             return;
         QCOMPARE(board.readFile(QStringLiteral("conf.txt")), QByteArray("speed = 1\n"));
@@ -277,51 +283,6 @@ private slots:
         QCOMPARE(board.readFile(QStringLiteral("b.txt")), QByteArray("beta\ncurrent\n"));
     }
 
-    void downloadFails_data()
-    {
-        QTest::addColumn<QByteArray>("script"); // replaces the download script; null: a missing one
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("logged");
-        const QByteArray hollow = "import sys\ndef _download(filename):\n    sys.stdout.write('>')\n    sys.stdout.write('0#7>')\n";
-        QTest::newRow("script missing") << QByteArray() << QByteArray("x = 1\n") << "";
-        QTest::newRow("empty copy of a file with content") << hollow << QByteArray("x = 1\n")
-            << "Nothing of /flash/main.py was downloaded although the file is not empty; it is not opened for editing";
-        QTest::newRow("empty copy of an empty file") << hollow << QByteArray() << "";
-    }
-
-    void downloadFails()
-    {
-        QFETCH(QByteArray, script);
-        QFETCH(QByteArray, content);
-        QFETCH(QString, logged);
-        const QString path = local.filePath(QString::fromLatin1(QTest::currentDataTag()));
-        QVERIFY(script.isNull() || writeLocalFile(path, script));
-        VirtualBoard board;
-        MorvexWindow w;
-        QVERIFY(connectTo(board, w, {}, {{"main.py", content}}));
-        QSettings().setValue(QStringLiteral("Scripts/Download"), path);
-        QVERIFY(doubleClickRow(w, QStringLiteral("main.py")));
-        QCOMPARE(syslogMessages(w).filter(QStringLiteral("Nothing of")), logged.isEmpty() ? QStringList() : QStringList{logged});
-        QCOMPARE(shownEditors(w).size(), !script.isNull() && content.isEmpty() ? 1 : 0);
-        QCOMPARE(board.readFile(QStringLiteral("main.py")), content);
-        if (!script.isNull())
-            return;
-        // The file counts as edited until the link closes; the board actions are off, so New File is called as its slot.
-        QSettings().remove(QStringLiteral("Scripts/Download"));
-        {
-            QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
-            QVERIFY(doubleClickRow(w, QStringLiteral("main.py")));
-            QMetaObject::invokeMethod(&w, "on_actionNew_File_triggered");
-            QCOMPARE(boxes->texts(), (QStringList{alreadyEdited, alreadyEdited}));
-        }
-        QVERIFY(shownEditors(w).isEmpty());
-        windowAction(w, "actionConnect")->trigger();
-        QVERIFY(connectBoard(w, board, 0));
-        QPointer<CodeEditor> editor = openOne(w, QStringLiteral("main.py"));
-        QVERIFY(editor);
-        QCOMPARE(textOf(editor)->toPlainText(), QString::fromUtf8(content));
-    }
-
 private:
     struct Session {
         VirtualBoard board;
@@ -336,7 +297,8 @@ private:
         shared->window.reset(new MorvexWindow);
         shared->window->show();
         const bool ok = QTest::qWaitForWindowExposed(shared->window.get())
-                        && connectTo(shared->board, *shared->window, {}, {{"main.py", pythonFile}, {"a.txt", "alpha\n"}, {"lib/util.py", "pass\n"}});
+                        && connectTo(shared->board, *shared->window, {},
+                                     {{"main.py", "x = 2\n"}, {"a.txt", "alpha\n"}, {"empty.txt", ""}, {"lib/x.py", ""}});
         return ok ? shared.get() : nullptr;
     }
 
