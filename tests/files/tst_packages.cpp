@@ -16,16 +16,6 @@
 namespace {
 using Members = QList<QPair<QString, QByteArray>>;
 
-QByteArray paxRecord(const QByteArray &key, const QByteArray &value)
-{
-    // The length counts its own digits.
-    const QByteArray body = ' ' + key + '=' + value + '\n';
-    int length = body.size() + 1;
-    while (QByteArray::number(length).size() + body.size() != length)
-        ++length;
-    return QByteArray::number(length) + body;
-}
-
 // The tar header at offset with another size, its checksum made good again.
 QByteArray withMemberSize(QByteArray tar, int header, quint32 size)
 {
@@ -61,15 +51,13 @@ private slots:
     {
         QTest::addColumn<QByteArray>("data");
         QTest::addColumn<QStringList>("entries"); // key=value, sorted
-
-        const QByteArray board = paxRecord("board", "PYBv1.1");
-        const QByteArray mod = paxRecord("mod", "flash");
-        QTest::newRow("records") << board + mod + paxRecord("comment", "nightly build")
+        const QByteArray board = "17 board=PYBv1.1\n";
+        const QByteArray mod = "13 mod=flash\n";
+        QTest::newRow("records") << board + mod + "25 comment=nightly build\n"
                                  << QStringList{"board=PYBv1.1", "comment=nightly build", "mod=flash"};
-        QTest::newRow("a repeated key takes the later value") << board + paxRecord("board", "ESP32")
-            << QStringList{"board=ESP32"};
-        QTest::newRow("the value keeps its own =") << paxRecord("comment", "a=b") << QStringList{"comment=a=b"};
-        QTest::newRow("UTF-8 value") << paxRecord("comment", "сборка") << QStringList{QStringLiteral("comment=сборка")};
+        QTest::newRow("a repeated key takes the later value") << board + "15 board=ESP32\n" << QStringList{"board=ESP32"};
+        QTest::newRow("the value keeps its own =") << QByteArray("15 comment=a=b\n") << QStringList{"comment=a=b"};
+        QTest::newRow("UTF-8 value") << QByteArray("24 comment=сборка\n") << QStringList{QStringLiteral("comment=сборка")};
         QTest::newRow("NUL padding after the records ends them") << board + QByteArray(20, '\0')
             << QStringList{"board=PYBv1.1"};
         QTest::newRow("a record without its newline is passed over")

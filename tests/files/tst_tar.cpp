@@ -11,13 +11,6 @@ namespace {
 const QString prefixed = "pkg/" + QString(60, QLatin1Char('p')) + "/" + QString(50, QLatin1Char('n'));
 const QString longName = "long/" + QString(115, QLatin1Char('l'));
 
-QByteArray pattern(int size)
-{
-    QByteArray data(size, '\0');
-    for (int i = 0; i < size; ++i)
-        data[i] = char((i * 7 + 3) & 0xff);
-    return data;
-}
 } // namespace
 
 class tst_Tar : public QObject
@@ -31,8 +24,8 @@ private slots:
     void initTestCase()
     {
         const QString src = work.filePath(QStringLiteral("src/"));
-        const QMap<QString, QByteArray> files{{"small.txt", "hello world"}, {"zero.bin", ""}, {"five12.bin", pattern(512)},
-                                              {"five13.bin", pattern(513)}, {prefixed, "prefixed"}, {longName, "long"}};
+        const QMap<QString, QByteArray> files{{"small.txt", "hello world"}, {"zero.bin", ""}, {"five12.bin", randomBytes(512, 7)},
+                                              {"five13.bin", randomBytes(513, 7)}, {prefixed, "prefixed"}, {longName, "long"}};
         for (auto it = files.cbegin(); it != files.cend(); ++it)
             QVERIFY(writeLocalFile(src + it.key(), it.value()));
         const QStringList fixed{"--mtime=@1700000000", "--owner=0", "--group=0", "--numeric-owner", "--no-recursion", "-C", src};
@@ -148,16 +141,16 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
         QTest::addColumn<int>("code");
         QTest::addColumn<QString>("following"); // the member tar_next reaches afterwards
         using L = QList<int>;
-        QTest::newRow("513 bytes in one read") << "ustar.tar" << "five13.bin" << 0 << L{513} << pattern(513) << 0 << "";
+        QTest::newRow("513 bytes in one read") << "ustar.tar" << "five13.bin" << 0 << L{513} << randomBytes(513, 7) << 0 << "";
         QTest::newRow("512 bytes in two reads")
-            << "ustar.tar" << "five12.bin" << 0 << L{500, 12} << pattern(512) << 0 << "five13.bin";
+            << "ustar.tar" << "five12.bin" << 0 << L{500, 12} << randomBytes(512, 7) << 0 << "five13.bin";
         QTest::newRow("empty member") << "ustar.tar" << "zero.bin" << 0 << L{0} << QByteArray() << 0 << "five12.bin";
         QTest::newRow("pax global header records") << "python.tar" << "././@PaxHeader" << 0 << L{49}
             << QByteArray("17 board=PYBv1.1\n13 mod=flash\n19 comment=nightly\n") << 0 << "lib/";
         QTest::newRow("truncated member: what is there, the rest stays") << "truncated.tar" << "five13.bin" << 0 << L{513}
-            << pattern(88) + QByteArray(425, '\0') << int(TAR_EREADFAIL) << "";
+            << randomBytes(88, 7) + QByteArray(425, '\0') << int(TAR_EREADFAIL) << "";
         QTest::newRow("present in a truncated archive")
-            << "truncated.tar" << "five12.bin" << 0 << L{512} << pattern(512) << 0 << "";
+            << "truncated.tar" << "five12.bin" << 0 << L{512} << randomBytes(512, 7) << 0 << "";
         QTest::newRow("absent") << "ustar.tar" << "five14.bin" << int(TAR_ENOTFOUND) << L() << QByteArray() << 0 << "";
         QTest::newRow("name is matched whole") << "ustar.tar" << "five1" << int(TAR_ENOTFOUND) << L() << QByteArray() << 0 << "";
         QTest::newRow("absent from a truncated archive")
@@ -208,7 +201,7 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
     {
         const QString path = archive(QStringLiteral("written.tar"));
         const QByteArray script = "print('round trip')\n";
-        const QByteArray block = pattern(513);
+        const QByteArray block = randomBytes(513, 7);
         TarArchive tar;
         QCOMPARE(tar_open(&tar, qPrintable(path), "w"), int(TAR_ESUCCESS));
         QCOMPARE(tar_write_dir_header(&tar, "lib/"), int(TAR_ESUCCESS));
