@@ -6,7 +6,6 @@
 
 #include <QAbstractItemModelTester>
 #include <QAction>
-#include <QInputDialog>
 #include <QJsonDocument>
 #include <QSettings>
 #include <QTableView>
@@ -160,18 +159,11 @@ private slots:
         QVERIFY(QDir(board.fsPath() + "/it's").removeRecursively());
 
         w->changeBoardDir(QStringLiteral("/flash"));
-        int step = 0;
-        DialogAnswerer answer([&](QWidget *widget) {
-            if (auto *input = qobject_cast<QInputDialog *>(widget))
-                input->setTextValue(QStringLiteral("lib"));
-            auto *dialog = qobject_cast<QDialog *>(widget);
-            if (dialog)
-                dialog->accept();
-            return dialog && ++step;
-        });
+        QScopedPointer<DialogAnswerer> input(DialogAnswerer::inputText(QStringLiteral("lib")));
+        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
         windowAction(*w, "actionNew_Directory")->trigger();
-        QCOMPARE(step, 2);
-        QCOMPARE(answer.texts(), QStringList{"A directory with the same name already exists"});
+        QCOMPARE(input->answered(), 1);
+        QCOMPARE(boxes->texts(), QStringList{"A directory with the same name already exists"});
     }
 
     void makeBoardDirs_data()
