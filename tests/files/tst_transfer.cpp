@@ -6,6 +6,7 @@
 
 #include <QAction>
 #include <QProgressBar>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -17,338 +18,238 @@ class tst_Transfer : public QObject
     Q_OBJECT
 
 private slots:
-    void cleanupTestCase();
-    void uploadCall_data();
-    void uploadCall();
-    void uploadToMissingDirectory();
-    void checksumMismatch_data();
-    void checksumMismatch();
-    void boardSumMustFitIn32Bits();
-    void sumPastTwoTo32();
-    void boardVanishesDuringUpload();
-    void uploadFailures_data();
-    void uploadFailures();
-    void downloadMissingFile();
-    void downloadOverwriteQuestion_data();
-    void downloadOverwriteQuestion();
-    void forbiddenCharacters_data();
-    void forbiddenCharacters();
+    void init() { sandbox.clear(); }
+    void cleanupTestCase() { sessions[0].reset(), sessions[1].reset(); }
+    void uploadCall_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QVariant>("setting"); // MC/TransferSize
+        QTest::addColumn<bool>("viaFile");     // uploadFile, which refuses some characters
+        QTest::addColumn<QByteArrayList>("sent"); // besides the data packets; empty: refused
+        QTest::newRow("no setting, empty file")
+            << "empty.bin" << QVariant() << false
+            << QByteArrayList{"_upload('/flash/empty.bin', 512)\x04", "!0000000000", "@0000000000"};
+        QTest::newRow("31 means the default") << "c31.bin" << QVariant(31) << false
+            << QByteArrayList{"_upload('/flash/c31.bin', 512)\x04"};
+        QTest::newRow("32 is used") << "c32.bin" << QVariant(32) << false
+            << QByteArrayList{"_upload('/flash/c32.bin', 32)\x04"};
+        // Packages and the editor send any name: it reaches the board as it stands.
+        QTest::newRow("percent two kept") << "a%2b.txt" << QVariant() << false
+            << QByteArrayList{"_upload('/flash/a%2b.txt', 512)"};
+        QTest::newRow("percent one kept") << "c%1d.txt" << QVariant() << false
+            << QByteArrayList{"_upload('/flash/c%1d.txt', 512)"};
+        QTest::newRow("file, plain name") << "ok_name-1.txt" << QVariant() << true
+            << QByteArrayList{"_upload('/flash/ok_name-1.txt'"};
+        for (const char *bad : {"a:b", "\u00e9", "a\\b", "a?", "a>", "a\tb"})
+            QTest::addRow("file, %s", bad) << QString::fromUtf8(bad) + ".txt" << QVariant() << true << QByteArrayList();
+    }
+
+    void uploadCall()
+    {
+        QFETCH(QString, name);
+        QFETCH(QVariant, setting);
+        QFETCH(bool, viaFile);
+        QFETCH(QByteArrayList, sent);
+        Session *s = session(0);
+        QVERIFY(s);
+        if (setting.isValid())
+            QSettings().setValue(QStringLiteral("MC/TransferSize"), setting);
+        const QByteArray data = randomBytes(name.startsWith(QLatin1String("empty")) ? 0 : 1000, 11);
+        const QString source = local.filePath(QStringLiteral("source.bin"));
+        const int before = s->board.received().size();
+        QCOMPARE(viaFile ? writeLocalFile(source, data) && s->window->uploadFile(source, "/flash/" + name)
+                         : uploadBytes(*s->window, data, "/flash/" + name),
+                 !sent.isEmpty());
+        QCOMPARE(syslogMessages(*s->window).constLast().startsWith(QStringLiteral("Cannot upload - forbidden character ")),
+            sent.isEmpty());
+        if (sent.isEmpty())
+            QCOMPARE(s->board.received().size(), before);
+        else // the re-prompt ends an upload; the next row counts from behind it
+            QVERIFY(waitFor([&] { return s->board.received().endsWith("\x01"); }, 5000));
+        for (const QByteArray &packet : sent)
+            QVERIFY2(s->board.received().mid(before).contains(packet), packet.constData());
+        QCOMPARE(s->board.readFile(name), sent.isEmpty() ? QByteArray() : data);
+    }
+
+    void failures_data()
+    {
+        QTest::addColumn<QStringList>("options"); // of a board of its own
+        QTest::addColumn<QByteArray>("script");   // replaces the download script
+        QTest::addColumn<QByteArray>("content");  // of x.bin on the board; null: no such file
+        QTest::addColumn<QString>("uploadTo");    // uploads the content there instead
+        QTest::addColumn<QString>("logged");      // a pattern for the one error line; empty: none
+        const QByteArray fox = QByteArray("The quick brown fox jumps over the lazy dog. ").repeated(20);
+        QByteArray unmasked = readLocalFile(QStringLiteral(":/data/download.py"));
+        unmasked.replace("csum & 0xFFFFFFFF", "(csum & 0xFFFFFFFF) + (1 << 32)"); // the high half is not 0
+        const QByteArray words = "import sys\ndef _download(filename):\n"
+                                 "    sys.stdout.write('>\\u043d\\u0435\\u0442\\x00tail#6>')\n";
+        const QString mismatch = QStringLiteral("^File downloaded with errors!! \\(checksum mismatch ");
+        QTest::newRow("upload to a missing directory")
+            << QStringList() << QByteArray() << randomBytes(700, 7) << "/nodir/x.bin" << "^Transmission error\\. Aborted$";
+        // "#4" and the board's text, as hexadecimal digits.
+        QTest::newRow("upload corrupted on the line")
+            << QStringList{"--corrupt-rx", "_upload:20"} << QByteArray() << fox << "/bad.txt"
+            << "^Invalid reply 2334.*\\. Aborted$";
+        QTest::newRow("download corrupted on the line")
+            << QStringList{"--corrupt-tx", "_download:10"} << QByteArray() << fox << "" << mismatch + "\\d+ vs \\d+$";
+        QTest::newRow("board sum not masked") << QStringList() << unmasked << QByteArray("abc") << ""
+            << mismatch + "4294967590 vs 294$";
+        QTest::newRow("sum past 2^32") << QStringList() << QByteArray() << QByteArray(16843100, char(0xFF)) << "" << "";
+        QTest::newRow("missing file") << QStringList() << QByteArray() << QByteArray() << ""
+            << "^Transmission error: .*ENOENT";
+        // The board's own words are UTF-8, shown up to their first zero byte.
+        QTest::newRow("board words") << QStringList() << words << QByteArray("x") << ""
+            << "^Transmission error: \u043d\u0435\u0442$";
+    }
+
+    void failures()
+    {
+        QFETCH(QStringList, options);
+        QFETCH(QByteArray, script);
+        QFETCH(QByteArray, content);
+        QFETCH(QString, uploadTo);
+        QFETCH(QString, logged);
+        std::unique_ptr<Session> own(options.isEmpty() ? nullptr : new Session);
+        if (own) {
+            own->window.reset(new MorvexWindow);
+            QVERIFY(own->board.start(options << "--family" << "esp32") && connectBoard(*own->window, own->board, 1));
+        }
+        Session *s = own ? own.get() : session(1);
+        QVERIFY(s);
+        MorvexWindow &w = *s->window;
+        if (!script.isEmpty()) {
+            QVERIFY(writeLocalFile(local.filePath(QStringLiteral("download.py")), script));
+            QSettings().setValue(QStringLiteral("Scripts/Download"), local.filePath(QStringLiteral("download.py")));
+        }
+        const int before = syslogMessages(w).size();
+        if (!uploadTo.isEmpty()) {
+            QVERIFY(!uploadBytes(w, content, uploadTo));
+        } else {
+            QFile::remove(s->board.fsPath() + "/x.bin");
+            QVERIFY(content.isNull() || s->board.writeFile(QStringLiteral("x.bin"), content));
+            QVERIFY(w.downloadToFile(QStringLiteral("/x.bin"), local.filePath(QStringLiteral("x.bin"))));
+        }
+        const QStringList errors = syslogMessages(w).mid(before).filter(QRegularExpression(QStringLiteral("error|Invalid")));
+        QVERIFY2(errors.size() == (logged.isEmpty() ? 0 : 1), qPrintable(errors.join('\n')));
+        QVERIFY2(logged.isEmpty() || QRegularExpression(logged).match(errors.value(0)).hasMatch(),
+                 qPrintable(errors.join('\n')));
+        if (logged.isEmpty())
+            QVERIFY(readLocalFile(local.filePath(QStringLiteral("x.bin"))) == content);
+        if (uploadTo != QLatin1String("/nodir/x.bin"))
+            return;
+        QVERIFY(!s->board.exists(QStringLiteral("nodir")));
+        // The actions stay off; the swallowed packet is a half command Ctrl-C discards silently: Abort fails, Reset helps.
+        QVERIFY(!windowAction(w, "actionUpload")->isEnabled());
+        windowAction(w, "actionAbort")->trigger();
+        QCOMPARE(syslogMessages(w).constLast(), QStringLiteral("Abort failed"));
+        windowAction(w, "actionReset")->trigger();
+        QVERIFY2(waitFor([&] { return windowAction(w, "actionUpload")->isEnabled(); }, 15000), qPrintable(syslogText(w)));
+    }
+
+    void uploadFailures_data()
+    {
+        QTest::addColumn<QString>("stage"); // the packet after which the board falls silent
+        QTest::addColumn<bool>("abort");    // pressed while the desktop waits for the answer
+        QTest::addColumn<QString>("message");
+
+        QTest::newRow("size packet unanswered") << "size" << false << "Error while starting the transmission. Aborted";
+        QTest::newRow("size packet, abort empties the queue") << "size" << true
+            << "No reply for the transmitted data. Aborted";
+        QTest::newRow("data packet, abort empties the queue") << "data" << true << "No reply. Aborted";
+        QTest::newRow("checksum packet unanswered") << "sum" << false
+            << "Finalization error (during transmission phase). Aborted";
+        QTest::newRow("checksum packet, abort empties the queue") << "sum" << true
+            << "Finalization error (during reception phase). Aborted";
+    }
+
+    void uploadFailures()
+    {
+        QFETCH(QString, stage);
+        QFETCH(bool, abort);
+        QFETCH(QString, message);
+        // _upload's protocol, with a read that waits for nothing after the packet named in the target, until Ctrl-C.
+        const QString script = local.filePath(QStringLiteral("late_upload.py"));
+        QVERIFY(writeLocalFile(script, "import sys\n"
+                                       "def _upload(filename, chunk):\n"
+                                       "    rd = sys.stdin.buffer.read\n"
+                                       "    count = int(rd(11)[1:])\n"
+                                       "    if 'size' in filename: rd(1)\n"
+                                       "    sys.stdout.write('#9>')\n"
+                                       "    while count > 0:\n"
+                                       "        rd(min(count, chunk))\n"
+                                       "        if 'data' in filename: rd(1)\n"
+                                       "        count -= min(count, chunk)\n"
+                                       "        sys.stdout.write('#9>')\n"
+                                       "    rd(11)\n"
+                                       "    if 'sum' in filename: rd(1)\n"
+                                       "    sys.stdout.write('#0')\n"));
+        QSettings().setValue(QStringLiteral("Scripts/Upload"), script);
+        Session *s = session(0);
+        QVERIFY(s);
+        MorvexWindow &w = *s->window;
+        const int sentBefore = s->board.received().size();
+        const int logBefore = syslogMessages(w).size();
+        // The packet left unanswered.
+        const QByteArray awaited = stage == "size" ? "!0000000008" : stage == "data" ? "c2lsZW50" : "@";
+        ActWhen pressAbort([&] { return abort && s->board.received().mid(sentBefore).contains(awaited); },
+                           [&] { windowAction(w, "actionAbort")->trigger(); });
+        QVERIFY(!uploadBytes(w, "silent", QStringLiteral("/flash/%1.txt").arg(stage)));
+        QVERIFY2(syslogMessages(w).mid(logBefore).contains(message), qPrintable(syslogText(w)));
+        QCOMPARE(pressAbort.done(), abort);
+        QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
+        if (!abort)
+            QVERIFY(w.exchange("\x03", 1000)); // the board still waits in its read
+    }
+
+    void downloadOverwriteQuestion_data()
+    {
+        QTest::addColumn<bool>("yes");
+        QTest::newRow("overwrite") << true;
+        QTest::newRow("keep") << false;
+    }
+
+    void downloadOverwriteQuestion()
+    {
+        QFETCH(bool, yes);
+        Session *s = session(0);
+        QVERIFY(s);
+        MorvexWindow &w = *s->window;
+        QVERIFY(s->board.writeFile(QStringLiteral("dl.txt"), "board content"));
+        w.setPcFolder(local.path());
+        w.changeBoardDir(QStringLiteral("/flash"));
+        const QString localPath = local.filePath(QStringLiteral("dl.txt"));
+        QVERIFY(writeLocalFile(localPath, "local content"));
+        const int before = s->board.received().size();
+        QScopedPointer<DialogAnswerer> answer(DialogAnswerer::messageBox(yes ? QMessageBox::Yes : QMessageBox::No));
+        w.downloadEntry(boardRow(w, QStringLiteral("dl.txt")));
+        QCOMPARE(answer->texts(), QStringList{QStringLiteral("File %1 exists. Overwrite?").arg(localPath)});
+        QCOMPARE(answer->titles(), QStringList{"Download file"});
+        QCOMPARE(readLocalFile(localPath), yes ? QByteArray("board content") : QByteArray("local content"));
+        if (!yes)
+            QCOMPARE(s->board.received().size(), before);
+    }
 
 private:
     struct Session {
         VirtualBoard board;
         std::unique_ptr<MorvexWindow> window;
     };
-    Session *session(int family);
-
     SettingsSandbox sandbox;
     QTemporaryDir local;
     std::unique_ptr<Session> sessions[2];
-};
 
-void tst_Transfer::cleanupTestCase()
-{
-    for (auto &s : sessions)
-        s.reset();
-}
-
-tst_Transfer::Session *tst_Transfer::session(int family)
-{
-    auto &s = sessions[family];
-    if (s && s->window && MorvexWindowProbe::port(*s->window).isOpen())
+    Session *session(int family)
+    {
+        auto &s = sessions[family];
+        if (!s || !MorvexWindowProbe::port(*s->window).isOpen()) {
+            s.reset(new Session);
+            s->window.reset(new MorvexWindow);
+            if (!s->board.start({"--family", family ? "esp32" : "stm32"}) || !connectBoard(*s->window, s->board, family))
+                return nullptr;
+        }
         return s.get();
-    s.reset(new Session);
-    if (!s->board.start({QStringLiteral("--family"), family ? QStringLiteral("esp32") : QStringLiteral("stm32")}))
-        return nullptr;
-    s->window.reset(new MorvexWindow);
-    if (!connectBoard(*s->window, s->board, family))
-        return nullptr;
-    return s.get();
-}
-
-void tst_Transfer::uploadCall_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QVariant>("setting"); // MC/TransferSize
-    QTest::addColumn<int>("size");
-    QTest::addColumn<QByteArrayList>("sent"); // besides the data packets
-
-    QTest::newRow("no setting, empty file") << "empty.bin" << QVariant() << 0
-                                            << QByteArrayList{"_upload('/flash/empty.bin', 512)\x04", "!0000000000",
-                                                              "@0000000000"};
-    QTest::newRow("31 means the default") << "c31.bin" << QVariant(31) << 1000
-                                          << QByteArrayList{"_upload('/flash/c31.bin', 512)\x04"};
-    QTest::newRow("32 is used") << "c32.bin" << QVariant(32) << 1000 << QByteArrayList{"_upload('/flash/c32.bin', 32)\x04"};
-    // uploadData tests no characters: what packages and the editor send reaches the board unchanged.
-    QTest::newRow("percent two kept") << "a%2b.txt" << QVariant() << 7 << QByteArrayList{"_upload('/flash/a%2b.txt', 512)"};
-    QTest::newRow("percent one kept") << "c%1d.txt" << QVariant() << 7 << QByteArrayList{"_upload('/flash/c%1d.txt', 512)"};
-}
-
-void tst_Transfer::uploadCall()
-{
-    QFETCH(QString, name);
-    QFETCH(QVariant, setting);
-    QFETCH(int, size);
-    QFETCH(QByteArrayList, sent);
-    Session *s = session(0);
-    QVERIFY(s);
-    if (setting.isValid())
-        QSettings().setValue(QStringLiteral("MC/TransferSize"), setting);
-    else
-        QSettings().remove(QStringLiteral("MC/TransferSize"));
-    const QByteArray data = randomBytes(size, 11);
-    const int before = s->board.received().size();
-    QVERIFY(uploadBytes(*s->window, data, QStringLiteral("/flash/") + name));
-    QSettings().remove(QStringLiteral("MC/TransferSize"));
-    // The re-prompt ends an upload; the next row counts from behind it.
-    QVERIFY(waitFor([&] { return s->board.received().endsWith("\x01"); }, 5000));
-    const QByteArray received = s->board.received().mid(before);
-    for (const QByteArray &packet : sent)
-        QVERIFY2(received.contains(packet), packet.constData());
-    QCOMPARE(s->board.readFile(name), data);
-    QVERIFY(s->board.exists(name));
-}
-
-void tst_Transfer::uploadToMissingDirectory()
-{
-    Session *s = session(0);
-    QVERIFY(s);
-    MorvexWindow &w = *s->window;
-    QVERIFY(!uploadBytes(w, randomBytes(700, 7), QStringLiteral("/flash/nodir/x.bin")));
-    QCOMPARE(syslogMessages(w).constLast(), QStringLiteral("Transmission error. Aborted"));
-    QVERIFY(!s->board.exists(QStringLiteral("nodir")));
-    // The board actions stay off after a failure. The swallowed packet is a half
-    // command in the raw REPL, which Ctrl-C discards silently: Abort fails, Reset helps.
-    QVERIFY(!windowAction(w, "actionUpload")->isEnabled());
-    QVERIFY(windowAction(w, "actionAbort")->isEnabled());
-    windowAction(w, "actionAbort")->trigger();
-    QCOMPARE(syslogMessages(w).constLast(), QStringLiteral("Abort failed"));
-    windowAction(w, "actionReset")->trigger();
-    QVERIFY2(waitFor([&] { return windowAction(w, "actionUpload")->isEnabled(); }, 15000), qPrintable(syslogText(w)));
-}
-
-void tst_Transfer::checksumMismatch_data()
-{
-    QTest::addColumn<bool>("upload");
-    QTest::newRow("desktop to board") << true;
-    QTest::newRow("board to desktop") << false;
-}
-
-void tst_Transfer::checksumMismatch()
-{
-    QFETCH(bool, upload);
-    VirtualBoard board;
-    QVERIFY(board.start({upload ? QStringLiteral("--corrupt-rx") : QStringLiteral("--corrupt-tx"),
-                         upload ? QStringLiteral("_upload:20") : QStringLiteral("_download:10")}));
-    MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
-    const QByteArray data = QByteArray("The quick brown fox jumps over the lazy dog. ").repeated(20);
-    if (upload) {
-        QVERIFY(!uploadBytes(w, data, QStringLiteral("/flash/bad.txt")));
-        const QString last = syslogMessages(w).constLast();
-        // "#4" and the board's text, as hexadecimal digits.
-        QVERIFY2(last.startsWith(QStringLiteral("Invalid reply 2334")) && last.endsWith(QStringLiteral(". Aborted")),
-                 qPrintable(last));
-    } else {
-        QVERIFY(board.writeFile(QStringLiteral("good.txt"), data));
-        QVERIFY(w.downloadToFile(QStringLiteral("/flash/good.txt"), local.filePath(QStringLiteral("good.txt"))));
-        const QStringList mismatch = syslogMessages(w).filter(QStringLiteral("File downloaded with errors!! (checksum mismatch "));
-        QCOMPARE(mismatch.size(), 1);
-        QVERIFY(!mismatch.constFirst().endsWith(QLatin1Char(')')));
     }
-}
-
-void tst_Transfer::boardSumMustFitIn32Bits()
-{
-    // A replaced download script that reports an unmasked sum: its high half
-    // is not 0, so the download is reported as a mismatch.
-    QByteArray script = readLocalFile(QStringLiteral(":/data/download.py"));
-    QVERIFY(script.contains("csum & 0xFFFFFFFF"));
-    script.replace("csum & 0xFFFFFFFF", "(csum & 0xFFFFFFFF) + (1 << 32)");
-    const QString path = local.filePath(QStringLiteral("unmasked.py"));
-    QVERIFY(writeLocalFile(path, script));
-    QSettings().setValue(QStringLiteral("Scripts/Download"), path);
-
-    Session *s = session(1);
-    QVERIFY(s);
-    QVERIFY(s->board.writeFile(QStringLiteral("three.bin"), "abc"));
-    QVERIFY(s->window->downloadToFile(QStringLiteral("/three.bin"), local.filePath(QStringLiteral("three.bin"))));
-    QSettings().remove(QStringLiteral("Scripts/Download"));
-    const quint64 sum = 'a' + 'b' + 'c';
-    QVERIFY2(syslogMessages(*s->window).contains(QStringLiteral("File downloaded with errors!! (checksum mismatch %1 vs %2")
-                                                     .arg((quint64(1) << 32) + sum)
-                                                     .arg(sum)),
-             qPrintable(syslogText(*s->window)));
-}
-
-void tst_Transfer::sumPastTwoTo32()
-{
-    Session *s = session(1);
-    QVERIFY(s);
-    const QByteArray data(16843100, char(0xFF)); // 255 x 16843100 > 2^32
-    QVERIFY(s->board.writeFile(QStringLiteral("huge.bin"), data));
-    QVERIFY(s->window->downloadToFile(QStringLiteral("/huge.bin"), local.filePath(QStringLiteral("huge.bin"))));
-    QVERIFY(syslogMessages(*s->window).contains(QStringLiteral("Download from /huge.bin completed")));
-    QVERIFY(readLocalFile(local.filePath(QStringLiteral("huge.bin"))) == data);
-}
-
-void tst_Transfer::boardVanishesDuringUpload()
-{
-    VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--drop-after"), QStringLiteral("6000")}));
-    MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
-    QVERIFY(!uploadBytes(w, randomBytes(20000, 3), QStringLiteral("/flash/big.bin")));
-    QVERIFY(syslogMessages(w).contains(QStringLiteral("Connection closed")));
-    QVERIFY(syslogMessages(w).contains(QStringLiteral("Transmission error. Aborted")));
-    QVERIFY(!MorvexWindowProbe::port(w).isOpen());
-    QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
-    QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
-}
-
-void tst_Transfer::uploadFailures_data()
-{
-    QTest::addColumn<QString>("stage"); // the packet after which the board falls silent
-    QTest::addColumn<bool>("abort");    // pressed while the desktop waits for the answer
-    QTest::addColumn<QString>("message");
-
-    QTest::newRow("size packet unanswered") << "size" << false << "Error while starting the transmission. Aborted";
-    QTest::newRow("size packet, abort empties the queue") << "size" << true
-                                                          << "No reply for the transmitted data. Aborted";
-    QTest::newRow("data packet, abort empties the queue") << "data" << true << "No reply. Aborted";
-    QTest::newRow("checksum packet unanswered") << "sum" << false
-                                                << "Finalization error (during transmission phase). Aborted";
-    QTest::newRow("checksum packet, abort empties the queue") << "sum" << true
-                                                              << "Finalization error (during reception phase). Aborted";
-}
-
-void tst_Transfer::uploadFailures()
-{
-    QFETCH(QString, stage);
-    QFETCH(bool, abort);
-    QFETCH(QString, message);
-    // The protocol of _upload, with a read that waits for nothing after the packet
-    // named in the target, until Ctrl-C interrupts it.
-    const QString script = local.filePath(QStringLiteral("late_upload.py"));
-    QVERIFY(writeLocalFile(script, "import sys\n"
-                                   "def _upload(filename, chunk):\n"
-                                   "    rd = sys.stdin.buffer.read\n"
-                                   "    count = int(rd(11)[1:])\n"
-                                   "    if 'size' in filename: rd(1)\n"
-                                   "    sys.stdout.write('#9>')\n"
-                                   "    while count > 0:\n"
-                                   "        rd(min(count, chunk))\n"
-                                   "        if 'data' in filename: rd(1)\n"
-                                   "        count -= min(count, chunk)\n"
-                                   "        sys.stdout.write('#9>')\n"
-                                   "    rd(11)\n"
-                                   "    if 'sum' in filename: rd(1)\n"
-                                   "    sys.stdout.write('#0')\n"));
-    QSettings().setValue(QStringLiteral("Scripts/Upload"), script);
-    QSettings().remove(QStringLiteral("MC/TransferSize"));
-    Session *s = session(0);
-    QVERIFY(s);
-    MorvexWindow &w = *s->window;
-    const int sentBefore = s->board.received().size();
-    const int logBefore = syslogMessages(w).size();
-    // The packet whose answer is awaited: size, first data packet, checksum.
-    const QByteArray awaited = stage == QLatin1String("size") ? QByteArray("!0000000008")
-                               : stage == QLatin1String("data") ? QByteArray("c2lsZW50") : QByteArray("@");
-    ActWhen pressAbort([&] { return abort && s->board.received().mid(sentBefore).contains(awaited); },
-                       [&] { windowAction(w, "actionAbort")->trigger(); });
-    QVERIFY(!uploadBytes(w, "silent", QStringLiteral("/flash/%1.txt").arg(stage)));
-    QSettings().remove(QStringLiteral("Scripts/Upload"));
-    const QStringList log = syslogMessages(w).mid(logBefore);
-    QVERIFY2(log.contains(message), qPrintable(log.join(QLatin1Char('\n'))));
-    QCOMPARE(pressAbort.done(), abort);
-    QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
-    if (!abort)
-        QVERIFY(w.exchange("\x03", 1000)); // the board still waits in its read
-}
-
-void tst_Transfer::downloadMissingFile()
-{
-    Session *s = session(1);
-    QVERIFY(s);
-    QVERIFY(s->window->downloadToFile(QStringLiteral("/nothere.bin"), local.filePath(QStringLiteral("nothere.bin"))));
-    QCOMPARE(syslogMessages(*s->window).filter(QStringLiteral("Transmission error: ")).size(), 1);
-    QVERIFY(syslogMessages(*s->window).filter(QStringLiteral("Transmission error: ")).constFirst().contains(QStringLiteral("ENOENT")));
-
-    // The board's own words are UTF-8, shown up to their first zero byte.
-    const QString script = local.filePath(QStringLiteral("dl.py"));
-    QVERIFY(writeLocalFile(script, "import sys\ndef _download(filename):\n"
-                                   "    sys.stdout.write('>\\u043d\\u0435\\u0442\\x00tail#6>')\n"));
-    QSettings().setValue(QStringLiteral("Scripts/Download"), script);
-    QVERIFY(s->window->downloadToFile(QStringLiteral("/x.bin"), local.filePath(QStringLiteral("x.bin"))));
-    QSettings().remove(QStringLiteral("Scripts/Download"));
-    QVERIFY2(syslogMessages(*s->window).contains(QStringLiteral("Transmission error: \u043d\u0435\u0442")),
-             qPrintable(syslogText(*s->window)));
-}
-
-void tst_Transfer::downloadOverwriteQuestion_data()
-{
-    QTest::addColumn<bool>("yes");
-    QTest::newRow("overwrite") << true;
-    QTest::newRow("keep") << false;
-}
-
-void tst_Transfer::downloadOverwriteQuestion()
-{
-    QFETCH(bool, yes);
-    Session *s = session(0);
-    QVERIFY(s);
-    MorvexWindow &w = *s->window;
-    QVERIFY(s->board.writeFile(QStringLiteral("dl.txt"), "board content"));
-    w.setPcFolder(local.path());
-    w.changeBoardDir(QStringLiteral("/flash"));
-    const QString localPath = local.filePath(QStringLiteral("dl.txt"));
-    QVERIFY(writeLocalFile(localPath, "local content"));
-
-    const QModelIndex row = boardRow(w, QStringLiteral("dl.txt"));
-    QVERIFY(row.isValid());
-    const int before = s->board.received().size();
-    QScopedPointer<DialogAnswerer> answer(DialogAnswerer::messageBox(yes ? QMessageBox::Yes : QMessageBox::No));
-    w.downloadEntry(row);
-    QCOMPARE(answer->answered(), 1);
-    QCOMPARE(answer->texts().value(0), QStringLiteral("File %1 exists. Overwrite?").arg(localPath));
-    QCOMPARE(answer->titles().value(0), QStringLiteral("Download file"));
-    QCOMPARE(readLocalFile(localPath), yes ? QByteArray("board content") : QByteArray("local content"));
-    if (!yes)
-        QCOMPARE(s->board.received().size(), before);
-}
-
-void tst_Transfer::forbiddenCharacters_data()
-{
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<bool>("allowed");
-
-    QTest::newRow("plain") << "/flash/ok_name-1.txt" << true;
-    QTest::newRow("colon") << "/flash/a:b.txt" << false;
-    QTest::newRow("non-ascii") << QStringLiteral("/flash/\u00e9.txt") << false;
-    QTest::newRow("backslash") << "/flash/a\\b.txt" << false;
-    QTest::newRow("question mark") << "/flash/a?.txt" << false;
-    QTest::newRow("greater than") << "/flash/a>.txt" << false;
-    QTest::newRow("tab") << "/flash/a\tb.txt" << false;
-}
-
-void tst_Transfer::forbiddenCharacters()
-{
-    QFETCH(QString, target);
-    QFETCH(bool, allowed);
-    Session *s = session(0);
-    QVERIFY(s);
-    const QString localFile = local.filePath(QStringLiteral("chars.txt"));
-    QVERIFY(writeLocalFile(localFile, "abc"));
-    const int before = s->board.received().size();
-    QCOMPARE(s->window->uploadFile(localFile, target), allowed);
-    // The re-prompt ends an upload; the rows after this one count from behind it.
-    if (allowed) {
-        QVERIFY(waitFor([&] { return s->board.received().endsWith("\x01"); }, 5000));
-    } else {
-        QVERIFY(syslogMessages(*s->window).constLast().startsWith(QStringLiteral("Cannot upload - forbidden character ")));
-        QCOMPARE(s->board.received().size(), before);
-    }
-}
+};
 
 QTEST_MAIN(tst_Transfer)
 #include "tst_transfer.moc"
