@@ -73,7 +73,6 @@ void tst_CodeEditor::settings_data()
 {
     QTest::addColumn<QVariantMap>("stored");
     QTest::addColumn<QString>("expected"); // pairs, spaces for tab, tab size, indent, wrap, show spaces
-
     // Without keys: brackets are not closed and indentation is on, unlike the preferences' defaults.
     QTest::newRow("fresh store") << QVariantMap() << "0 1 4 1 0 0";
     QTest::newRow("every key set") << QVariantMap{{"Code/Parenth", true}, {"Code/Tabs", false}, {"Code/TabSize", 2},

@@ -116,7 +116,6 @@ void tst_Highlighters::formats_data()
     QTest::addColumn<QString>("language");
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("styles");
-
     row("python", "def, defined name, argument, blank before bracket, print call, qualified call, True, None plain etc.")
         << "def f(x):\nfoo (x)\nprint(x)\na.b.c(1)\nx = True\nx = None\nformats = 1"
         << "0=Keyword 4=Function 6=- 1:0=- 2:0=Function 3:2=Type 3:4=Function 4:4=PrimitiveType 5:4=- 6:0=-";

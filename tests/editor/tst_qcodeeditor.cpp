@@ -27,6 +27,21 @@ static QString shown(QString text, int cursor)
     return text.replace(QChar(QChar::ObjectReplacementCharacter), QLatin1Char('#'));
 }
 
+// Shows an editor of so many lines and waits until the viewport leaves the gutter its room.
+static bool showLines(QCodeEditor &editor, int lineCount)
+{
+    QStringList lines;
+    for (int i = 0; i < lineCount; ++i)
+        lines << QStringLiteral("line %1").arg(i + 1);
+    editor.setPlainText(lines.join(QLatin1Char('\n')));
+    editor.resize(300, 200);
+    editor.show();
+    auto *gutter = editor.findChild<QLineNumberArea *>();
+    return QTest::qWaitForWindowExposed(&editor) && QTest::qWaitFor([&] {
+        return editor.viewport()->geometry().left() - editor.contentsRect().left() == gutter->sizeHint().width();
+    });
+}
+
 class tst_QCodeEditor : public QObject
 {
     Q_OBJECT
@@ -45,6 +60,9 @@ private slots:
     void framesOccurrences_data();
     void framesOccurrences();
     void frameIsAnOutline();
+    void gutterWidth_data();
+    void gutterWidth();
+    void gutterPaintsBesideTheViewport();
 
 private:
     void setText(const QString &textWithCursor)
@@ -128,23 +146,18 @@ void tst_QCodeEditor::keys_data()
                         const char *settings = "", const char *popup = "") {
         QTest::newRow(name) << before << keys << after << settings << popup;
     };
-
     row("brackets insert partners", "|", "([{", "([{|}])");
     row("closings step over partners", "|", "(())", "(())|");
-    row("closing without partner", "|x", ")", ")|x");
     row("quotes never stepped over", "|", "''\"\"", "''\"\"|\"\"''");
     row("other closer isn't stepped over", "(|]", ")", "()|]");
     row("backspace leaves the partner", "|", "(<Backspace>", "|)");
     row("no pairs when off", "(|)", ")(", "()(|)", "no pairs");
-
     row("return repeats the line's indent", "    ab|cd", "<Return>", "    ab\n    |cd");
     row("braces without auto indent", "  {|}", "<Return>", "  {\n|}", "no indent");
     // The middle line goes in by the tab stop distance, not the tab replacement.
     row("braces with spaces", "    {|}", "<Return>", "    {\n    `|\n    }");
     row("braces with tabs", "{|}", "<Return>", "{\n\t|\n}", "tabs");
     row("braces opened by enter", "{|}", "<Enter>", "{\n`|\n}");
-    row("ctrl+space types nothing without a completer", "f|", "<Ctrl+Space>", "f|");
-
     row("tab inserts the replacement", "x|", "<Tab>", "x    |");
     row("tab of two blanks", "|", "<Tab>", "  |", "size 2");
     row("tab character without spaces", "x|", "<Tab>", "x\t|", "tabs");
@@ -153,7 +166,6 @@ void tst_QCodeEditor::keys_data()
     row("shift+tab removes at most the replacement", "        x|", "<Shift+Tab>", "    x|");
     row("shift+tab counts columns as characters", "\tabcdef|", "<Shift+Tab>", "def|");
     row("shift+tab without spaces goes to the base", "  x|", "<Shift+Tab>", "  x|", "tabs");
-
     row("popup not at the first letter", "|", "m", "m|", "completer");
     row("popup left open by bare modifiers", "|", "mi<Shift><Ctrl>", "mi|", "completer", "mi: min");
     row("popup closed by a separator", "|", "mi ", "mi |", "completer");
@@ -164,7 +176,6 @@ void tst_QCodeEditor::keys_data()
     row("enter left to the popup", "|", "le<Enter>", "le|", "completer", "le: len");
     row("tab left to the popup", "|", "le<Tab>", "le|", "completer", "le: len");
     row("shift+tab left to the popup", "  |", "le<Shift+Tab>", "  le|", "completer", "le: len");
-
     // Each stop character, typed just before a word that would be offered.
     for (const QChar stop : QStringLiteral("~!@#$%^&*()+{}|:\"<>?,./;'[]\\-="))
         QTest::addRow("popup closed by %c", stop.toLatin1())
@@ -282,7 +293,6 @@ void tst_QCodeEditor::pairMarks_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<Marks>("marks"); // starts of the marked characters, partner first
-
     QTest::newRow("forward") << " |(a)" << Marks{3, 1};
     QTest::newRow("backward") << "(a)|" << Marks{0, 2};
     QTest::newRow("nested, outer") << " |((a))" << Marks{5, 1};
@@ -315,7 +325,6 @@ void tst_QCodeEditor::framesOccurrences_data()
     QTest::addColumn<int>("from");
     QTest::addColumn<int>("to");
     QTest::addColumn<QString>("framed");
-
     QTest::newRow("one word, two places") << "foo bar foo" << 0 << 3 << "#foo bar #foo";
     QTest::newRow("one word, one place") << "foo bar foo" << 4 << 7 << "foo #bar foo";
     QTest::newRow("any case, inside words") << "Foo food\nfoo" << 9 << 12 << "#Foo #food\n#foo";
@@ -368,6 +377,62 @@ void tst_QCodeEditor::frameIsAnOutline()
     QVERIFY(red(centre.x(), top) && red(centre.x(), top + size.height()));
     for (const QPoint white : {centre, QPoint(centre.x(), top - 3), QPoint(10, centre.y())})
         QCOMPARE(image.pixelColor(white), QColor(Qt::white));
+}
+
+void tst_QCodeEditor::gutterWidth_data()
+{
+    QTest::addColumn<int>("lineCount");
+    QTest::addColumn<int>("digits");
+    // Without a change of the line count only painting sets the margin.
+    QTest::newRow("empty document") << 0 << 1;
+    QTest::newRow("nine lines") << 9 << 1;
+    QTest::newRow("ten lines") << 10 << 2;
+    QTest::newRow("1000 lines") << 1000 << 4;
+}
+
+void tst_QCodeEditor::gutterWidth()
+{
+    QFETCH(int, lineCount);
+    QFETCH(int, digits);
+    QCodeEditor editor;
+    QVERIFY(showLines(editor, lineCount));
+    auto *gutter = editor.findChild<QLineNumberArea *>();
+    QCOMPARE(gutter->sizeHint(), QSize(13 + digits * editor.fontMetrics().horizontalAdvance(QLatin1Char('9')), 0));
+    QCOMPARE(gutter->geometry(), QRect(editor.contentsRect().topLeft(),
+                                       QSize(gutter->sizeHint().width(), editor.contentsRect().height())));
+}
+
+void tst_QCodeEditor::gutterPaintsBesideTheViewport()
+{
+    QSyntaxStyle scheme;
+    QVERIFY(scheme.load(QStringLiteral("<style-scheme><style name='Text' foreground='#000000' background='#ffffff'/>"
+                                       "<style name='LineNumber' foreground='#0000ff' background='#00ff00'/>"
+                                       "<style name='CurrentLineNumber' foreground='#ff0000'/></style-scheme>")));
+    QCodeEditor editor;
+    editor.setSyntaxStyle(&scheme);
+    QVERIFY(showLines(editor, 2));
+    editor.setTextCursor(QTextCursor(editor.document()->lastBlock()));
+    const QImage image = editor.findChild<QLineNumberArea *>()->grab().toImage();
+    // Only "Text" fills; the cursor's line number is in "CurrentLineNumber", the other in "LineNumber".
+    // The numbers end 5 pixels left of the right edge, where the glyph puts its ink.
+    const int second = editor.cursorRect().top();
+    QStringList colours{"", ""};
+    int inkRight = -1;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QString colour = image.pixelColor(x, y).name();
+            if (colour != "#ffffff")
+                inkRight = qMax(inkRight, x);
+            QString &seen = colours[y < second ? 0 : 1];
+            if (QStringList({"#0000ff", "#ff0000", "#00ff00"}).contains(colour) && !seen.contains(colour))
+                seen += colour;
+        }
+    }
+    QCOMPARE(colours, QStringList({"#0000ff", "#ff0000"}));
+    const QFontMetrics metrics(editor.font());
+    const int bearing = qMax(metrics.boundingRect(QLatin1Char('1')).right() - metrics.horizontalAdvance(QLatin1Char('1')),
+                             metrics.boundingRect(QLatin1Char('2')).right() - metrics.horizontalAdvance(QLatin1Char('2')));
+    QCOMPARE(inkRight, image.width() - 5 + bearing);
 }
 
 QTEST_MAIN(tst_QCodeEditor)

@@ -88,7 +88,6 @@ void tst_QLanguage::documents_data()
     const auto row = [](const char *name, const char *document, bool loaded, const Sections &sections) {
         QTest::newRow(name) << QStringLiteral("<root>%1").arg(QLatin1String(document)) << loaded << sections;
     };
-
     row("sorted sections", "<section name='b'><name>x</name></section><section name='a'><name>y</name>"
         "<name>z</name></section></root>", true, {{"a", {"y", "z"}}, {"b", {"x"}}});
     row("entities decoded", "<section name='Op'><name>&gt;=</name><name>a&amp;b</name></section></root>", true,
