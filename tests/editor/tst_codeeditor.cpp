@@ -31,284 +31,273 @@ class tst_CodeEditor : public QObject
 
 private slots:
     void init() { sandbox.clear(); }
-    void form();
-    void settings_data();
-    void settings();
-    void isBinary_data();
-    void isBinary();
-    void hexPreview_data();
-    void hexPreview();
-    void content_data();
-    void content();
-    void binaryIsReadOnly_data();
-    void binaryIsReadOnly();
-    void files();
+
+    void form()
+    {
+        CodeEditor dialog(nullptr, Qt::Dialog);
+        QCOMPARE(dialog.objectName() + dialog.windowTitle(), QStringLiteral("CodeEditorDialog"));
+        QCOMPARE(dialog.size(), QSize(792, 617));
+        QVERIFY(textOf(dialog) && dialog.fileType() == CodeEditor::Other);
+        const char *buttons[][3] = {
+            {"saveButton", "Save As", "save"}, {"closeButton", "Close without Saving", "cancel"},
+            {"applyButton", "Save && Upload", "done_outline"}};
+        for (const auto &b : buttons) {
+            QVERIFY2(button(dialog, b[0]) && button(dialog, b[0])->text() == QLatin1String(b[1]), b[0]);
+            QVERIFY2(showsIcon(button(dialog, b[0])->icon(), QLatin1String(b[2])), b[0]);
+        }
+        QVERIFY(button(dialog, "applyButton")->isDefault());
+        // Close without Saving rejects; the dialog only hides, it never deletes itself.
+        QSignalSpy rejected(&dialog, &QDialog::rejected);
+        dialog.show();
+        button(dialog, "closeButton")->click();
+        QVERIFY(rejected.count() == 1 && !dialog.isVisible() && !dialog.testAttribute(Qt::WA_DeleteOnClose));
+    }
+
+    void settings_data()
+    {
+        QTest::addColumn<QVariantMap>("stored");
+        QTest::addColumn<QString>("expected"); // pairs, spaces for tab, tab size, indent, wrap, show spaces
+        // Without keys: brackets are not closed and indentation is on, unlike the preferences' defaults.
+        QTest::newRow("fresh store") << QVariantMap() << "0 1 4 1 0 0";
+        QTest::newRow("every key set") << QVariantMap{{"Code/Parenth", true}, {"Code/Tabs", false},
+                                                      {"Code/TabSize", 2},    {"Code/Indent", false},
+                                                      {"Code/Wrap", true},    {"Code/ShowSpaces", true}}
+                                       << "1 0 2 0 1 1";
+    }
+
+    void settings()
+    {
+        QFETCH(QVariantMap, stored);
+        QFETCH(QString, expected);
+        QSettings settings;
+        for (auto it = stored.cbegin(); it != stored.cend(); ++it)
+            settings.setValue(it.key(), it.value());
+        CodeEditor dialog;
+        dialog.applySettings(QStringLiteral("Code"));
+        const QCodeEditor *e = textOf(dialog);
+        QCOMPARE(QStringLiteral("%1 %2 %3 %4 %5 %6")
+                     .arg(e->autoPairs()).arg(e->spacesForTab()).arg(e->tabReplacementSize()).arg(e->autoIndent())
+                     .arg(e->wordWrapMode() == QTextOption::WordWrap).arg(e->showSpaces()),
+                 expected);
+    }
+
+    void isBinary_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<bool>("binary");
+        QTest::newRow("empty") << QByteArray() << false;
+        QTest::newRow("two-byte sequence") << QByteArray("caf\xC3\xA9") << false;
+        QTest::newRow("four-byte sequence") << QByteArray("\xF0\x9F\x98\x80!") << false;
+        QTest::newRow("skipped bytes are not looked at") << QByteArray("\xC3\xFF" "a") << false;
+        QTest::newRow("sequence cut off by the end") << QByteArray("ab\xF0\x9F") << false;
+        QTest::newRow("stray continuation after text") << QByteArray("ab\xBF") << true;
+        QTest::newRow("stray byte behind a skipped sequence") << QByteArray("\xE9" "ab\x80") << true;
+        QTest::newRow("0xF8 lead") << QByteArray("\xF8\x88\x80\x80\x80") << true;
+        QTest::newRow("0xFF") << QByteArray("a\xFF") << true;
+    }
+
+    void isBinary()
+    {
+        QFETCH(QByteArray, data);
+        QFETCH(bool, binary);
+        QCOMPARE(CodeEditor::isBinary(data), binary);
+    }
+
+    void hexPreview_data()
+    {
+        QTest::addColumn<int>("size"); // of bytes 00 01 02 ...
+        QTest::addColumn<QString>("lastLines");
+        const char *full = "0000: 00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F";
+        QTest::newRow("seventeen bytes") << 17 << QStringLiteral("%1\n0010: 10").arg(full);
+        QTest::newRow("513 bytes") << 513 << "01F0: F0 F1 F2 F3 F4 F5 F6 F7 F8 F9 FA FB FC FD FE FF\n0200: <...>";
+    }
+
+    void hexPreview()
+    {
+        QFETCH(int, size);
+        QFETCH(QString, lastLines);
+        QByteArray data(size, '\0');
+        for (int i = 0; i < size; ++i)
+            data[i] = char(i);
+        const QString text = CodeEditor::hexPreview(data);
+        QCOMPARE(text.right(lastLines.size()), lastLines);
+        QCOMPARE(text.count(QLatin1Char('\n')), qMax(0, (qMin(size, 512) + 15) / 16 - 1) + (size > 512 ? 1 : 0));
+    }
+
+    // Rows: file name, bytes, type, text shown and bytes stored ("=" for the bytes
+    // as they came), and whether Save && Upload asks about broken JSON.
+    void content_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QString>("shown");
+        QTest::addColumn<QByteArray>("stored");
+        QTest::addColumn<bool>("jsonQuestion");
+        const auto row = [](const char *name, const QByteArray &data, const char *type, const char *shown = "=",
+                            const char *stored = "=", bool question = false) {
+            QTest::newRow(name) << QString::fromUtf8(name) << data << type << QString::fromUtf8(shown)
+                                << QByteArray(stored) << question;
+        };
+        row("notes", "", "Other");
+        row("MAIN.PY", "print(1)\n", "Python");
+        row("drv.CPP", "int x;", "CXX_Source");
+        row("a.cxx", "", "CXX_Source");
+        row("a.h", "", "CXX_Header");
+        row("b.Hpp", "", "CXX_Header");
+        row("conf.xml", "<a/>", "XML");
+        row("page.txt", " \n\t<?XML version=\"1.0\"?>", "XML");
+        row("x", "<? XmL ?>", "XML");
+        row("y", "a<?xml?>", "Other");
+        row("index.HTML", "<p>", "HTML");
+        row("index.html", "<?xml?>", "XML");
+        row("cfg.py", "{\"a\":1}", "Python");
+        row("data.bin", "{\"a\":1}", "JSON", "{\n    \"a\": 1\n}\n");
+        row("config.json", "{\"a\":1,}", "Other");
+        row(".jsonrc", "{\"a\":}", "JSON", "=", "=", true);
+        row(".JSON.txt", "[1]", "JSON", "[\n    1\n]\n", "[1]");
+        row("latin.txt", "\xE9" "ab", "Other", "\xE9" "ab", "\xEF\xBF\xBD" "ab");
+        row("nul.txt", QByteArray("abc\0def", 7), "Other", "abc", "abc");
+    }
+
+    void content()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, data);
+        QFETCH(QString, type);
+        QFETCH(QString, shown);
+        QFETCH(QByteArray, stored);
+        QFETCH(bool, jsonQuestion);
+        static const QHash<QString, QString> highlighterOf = {
+            {"Python", "QPythonHighlighter"}, {"CXX_Source", "QCXXHighlighter"}, {"CXX_Header", "QCXXHighlighter"},
+            {"XML", "QXMLHighlighter"},       {"HTML", "QXMLHighlighter"},       {"JSON", "QJSONHighlighter"}};
+
+        CodeEditor dialog;
+        QVERIFY(dialog.setContent(name, data));
+        QCOMPARE(dialog.windowTitle(), name);
+        QCOMPARE(QMetaEnum::fromType<CodeEditor::Type>().valueToKey(dialog.fileType()), qPrintable(type));
+        QCodeEditor *editor = textOf(dialog);
+        QCOMPARE(editor->toPlainText(), shown == QLatin1String("=") ? QString::fromUtf8(data) : shown);
+        QVERIFY(button(dialog, "saveButton")->isEnabled() && button(dialog, "applyButton")->isEnabled());
+        QStringList highlighters;
+        for (const QStyleSyntaxHighlighter *h : dialog.findChildren<QStyleSyntaxHighlighter *>())
+            highlighters << h->metaObject()->className() + QString(h->document() == editor->document() ? "" : "?");
+        QCOMPARE(highlighters.join(QLatin1Char(' ')), highlighterOf.value(type));
+        QCOMPARE(qobject_cast<QPythonCompleter *>(editor->completer()) != nullptr, type == QLatin1String("Python"));
+
+        // A JSON type that no longer parses asks first; No keeps the dialog open.
+        QSignalSpy accepted(&dialog, &QDialog::accepted);
+        dialog.show();
+        for (const QMessageBox::StandardButton answer : {QMessageBox::No, QMessageBox::Yes}) {
+            QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(answer));
+            if (accepted.isEmpty())
+                button(dialog, "applyButton")->click();
+            QCOMPARE(boxes->answered(), jsonQuestion ? 1 : 0);
+            if (jsonQuestion && answer == QMessageBox::No)
+                QVERIFY(accepted.isEmpty() && dialog.isVisible() && boxes->texts().value(0).startsWith(
+                    QStringLiteral("The edited data is not a valid JSON document. Proceed?<br>Error: ")));
+        }
+        QCOMPARE(accepted.count(), 1);
+        QCOMPARE(dialog.editedData(), stored == "=" ? data : stored);
+    }
+
+    // Continuation bytes only, binary at once: read only, shown as hex, the box parented to the dialog's parent.
+    void binaryIsReadOnly_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("size");
+        QTest::newRow("lone 0x80") << "x.py" << 1;
+        QTest::newRow("512-byte binary json name, no parent") << "a.json" << 512;
+        QTest::newRow("513-byte binary") << "fw.bin" << 513;
+    }
+
+    void binaryIsReadOnly()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, size);
+        const bool withParent = size != 512;
+        QByteArray data(size, '\0');
+        for (int i = 0; i < size; ++i)
+            data[i] = char(0x80 + i % 0x40);
+        QWidget parent;
+        CodeEditor dialog(withParent ? &parent : nullptr, Qt::Dialog);
+        QWidget *boxParent = nullptr;
+        DialogAnswerer answerer([&](QWidget *widget) {
+            auto *box = qobject_cast<QMessageBox *>(widget);
+            if (box) {
+                boxParent = box->parentWidget();
+                box->accept();
+            }
+            return box != nullptr;
+        });
+        QVERIFY(dialog.setContent(name, data));
+        QCOMPARE(answerer.texts(), QStringList{"Looks like this is a binary file. Switching to read-only mode."});
+        QCOMPARE(answerer.titles(), QStringList{"Code Editor"});
+        QCOMPARE(boxParent, withParent ? &parent : static_cast<QWidget *>(&dialog));
+        QCOMPARE(textOf(dialog)->toPlainText(), CodeEditor::hexPreview(data));
+        QVERIFY(!button(dialog, "saveButton")->isEnabled() && !button(dialog, "applyButton")->isEnabled());
+        QVERIFY(button(dialog, "closeButton")->isEnabled() && !textOf(dialog)->isReadOnly());
+        QVERIFY(dialog.fileType() == CodeEditor::Other && dialog.findChildren<QStyleSyntaxHighlighter *>().isEmpty());
+        QCOMPARE(dialog.windowTitle(), name);
+    }
+
+    void files()
+    {
+        QTemporaryDir dir;
+        const QString conf = dir.filePath(QStringLiteral("lib/Conf.PY"));
+        CodeEditor dialog;
+        QSignalSpy error(&dialog, &CodeEditor::error);
+        QVERIFY(!dialog.loadFile(conf) && dialog.windowTitle() == QLatin1String("Dialog"));
+        QVERIFY(error.takeFirst().at(0).toString().startsWith(QStringLiteral("Cannot read %1: ").arg(conf)));
+        QVERIFY(writeLocalFile(conf, "x = 1\n"));
+        QVERIFY(dialog.loadFile(conf));
+        QVERIFY(dialog.windowTitle() == QLatin1String("Conf.PY") && dialog.fileType() == CodeEditor::Python);
+        QCOMPARE(textOf(dialog)->toPlainText(), QStringLiteral("x = 1\n"));
+
+        // Written as it would be uploaded: JSON compact.
+        dialog.setContent(QStringLiteral("out.json"), "{ \"k\" : [ 1 ] }");
+        QVERIFY(dialog.saveTo(dir.filePath(QStringLiteral("out.json"))));
+        QCOMPARE(readLocalFile(dir.filePath(QStringLiteral("out.json"))), QByteArray("{\"k\":[1]}"));
+        const QString nowhere = dir.filePath(QStringLiteral("nowhere/out.json"));
+        QVERIFY(!dialog.saveTo(nowhere));
+        const QString text = error.value(0).value(0).toString();
+        QVERIFY2(text.startsWith(QStringLiteral("Cannot write to %1: ").arg(nowhere)) && !text.endsWith(": "),
+                 qPrintable(text));
+
+        // Save As proposes the name under the root; cancelled, unwritable and chosen, the dialog stays open.
+        dialog.rootPath = dir.path();
+        dialog.setContent(QStringLiteral("main.py"), "print('x')\n");
+        dialog.show();
+        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
+        QSignalSpy accepted(&dialog, &QDialog::accepted);
+        for (const char *answer : {"", "missing/copy.py", "copy.py"}) {
+            const QString path = *answer ? dir.filePath(QLatin1String(answer)) : QString();
+            QString asked;
+            DialogAnswerer files([&](QWidget *widget) {
+                auto *fileDialog = qobject_cast<QFileDialog *>(widget);
+                if (!fileDialog)
+                    return false;
+                asked = fileDialog->windowTitle() + QLatin1Char(' ') + fileDialog->selectedFiles().value(0);
+                if (path.isEmpty()) {
+                    fileDialog->reject();
+                    return true;
+                }
+                fileDialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(path);
+                QMetaObject::invokeMethod(fileDialog, "accept", Qt::DirectConnection);
+                return true;
+            });
+            button(dialog, "saveButton")->click();
+            QCOMPARE(asked, QStringLiteral("Save As ") + dir.filePath(QStringLiteral("main.py")));
+        }
+        QCOMPARE(readLocalFile(dir.filePath("copy.py")), QByteArray("print('x')\n"));
+        QCOMPARE(boxes->texts(),
+                 QStringList{QStringLiteral("File %1 cannot be written").arg(dir.filePath("missing/copy.py"))});
+        QVERIFY(dialog.isVisible() && accepted.isEmpty());
+    }
 
 private:
     SettingsSandbox sandbox;
 };
-
-void tst_CodeEditor::form()
-{
-    CodeEditor dialog(nullptr, Qt::Dialog);
-    QCOMPARE(dialog.objectName() + dialog.windowTitle(), QStringLiteral("CodeEditorDialog"));
-    QCOMPARE(dialog.size(), QSize(792, 617));
-    QVERIFY(textOf(dialog) && dialog.fileType() == CodeEditor::Other);
-    const char *buttons[][3] = {
-        {"saveButton", "Save As", "save"}, {"closeButton", "Close without Saving", "cancel"},
-        {"applyButton", "Save && Upload", "done_outline"}};
-    for (const auto &b : buttons) {
-        QVERIFY2(button(dialog, b[0]) && button(dialog, b[0])->text() == QLatin1String(b[1]), b[0]);
-        QVERIFY2(showsIcon(button(dialog, b[0])->icon(), QLatin1String(b[2])), b[0]);
-    }
-    QVERIFY(button(dialog, "applyButton")->isDefault());
-    // Close without Saving rejects; the dialog only hides, it never deletes itself.
-    QSignalSpy rejected(&dialog, &QDialog::rejected);
-    dialog.show();
-    button(dialog, "closeButton")->click();
-    QVERIFY(rejected.count() == 1 && !dialog.isVisible() && !dialog.testAttribute(Qt::WA_DeleteOnClose));
-}
-
-void tst_CodeEditor::settings_data()
-{
-    QTest::addColumn<QVariantMap>("stored");
-    QTest::addColumn<QString>("expected"); // pairs, spaces for tab, tab size, indent, wrap, show spaces
-    // Without keys: brackets are not closed and indentation is on, unlike the preferences' defaults.
-    QTest::newRow("fresh store") << QVariantMap() << "0 1 4 1 0 0";
-    QTest::newRow("every key set") << QVariantMap{{"Code/Parenth", true}, {"Code/Tabs", false}, {"Code/TabSize", 2},
-                                                  {"Code/Indent", false}, {"Code/Wrap", true}, {"Code/ShowSpaces", true}}
-                                   << "1 0 2 0 1 1";
-    QTest::newRow("other group is not read") << QVariantMap{{"Editor/Parenth", true}, {"Editor/TabSize", 8}}
-                                             << "0 1 4 1 0 0";
-}
-
-void tst_CodeEditor::settings()
-{
-    QFETCH(QVariantMap, stored);
-    QFETCH(QString, expected);
-    QSettings settings;
-    for (auto it = stored.cbegin(); it != stored.cend(); ++it)
-        settings.setValue(it.key(), it.value());
-    CodeEditor dialog;
-    dialog.applySettings(QStringLiteral("Code"));
-    const QCodeEditor *e = textOf(dialog);
-    QCOMPARE(QStringLiteral("%1 %2 %3 %4 %5 %6")
-                 .arg(e->autoPairs()).arg(e->spacesForTab()).arg(e->tabReplacementSize()).arg(e->autoIndent())
-                 .arg(e->wordWrapMode() == QTextOption::WordWrap).arg(e->showSpaces()),
-             expected);
-}
-
-void tst_CodeEditor::isBinary_data()
-{
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<bool>("binary");
-    QTest::newRow("empty") << QByteArray() << false;
-    QTest::newRow("two-byte sequence") << QByteArray("caf\xC3\xA9") << false;
-    QTest::newRow("four-byte sequence") << QByteArray("\xF0\x9F\x98\x80!") << false;
-    QTest::newRow("skipped bytes are not looked at") << QByteArray("\xC3\xFF" "a") << false;
-    QTest::newRow("sequence cut off by the end") << QByteArray("ab\xF0\x9F") << false;
-    QTest::newRow("stray continuation after text") << QByteArray("ab\xBF") << true;
-    QTest::newRow("stray byte behind a skipped sequence") << QByteArray("\xE9" "ab\x80") << true;
-    QTest::newRow("0xF8 lead") << QByteArray("\xF8\x88\x80\x80\x80") << true;
-    QTest::newRow("0xFF") << QByteArray("a\xFF") << true;
-}
-
-void tst_CodeEditor::isBinary()
-{
-    QFETCH(QByteArray, data);
-    QFETCH(bool, binary);
-    QCOMPARE(CodeEditor::isBinary(data), binary);
-}
-
-void tst_CodeEditor::hexPreview_data()
-{
-    QTest::addColumn<int>("size"); // of bytes 00 01 02 ...
-    QTest::addColumn<QString>("lastLines");
-    const char *full = "0000: 00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F";
-    QTest::newRow("seventeen bytes") << 17 << QStringLiteral("%1\n0010: 10").arg(full);
-    QTest::newRow("513 bytes") << 513 << "01F0: F0 F1 F2 F3 F4 F5 F6 F7 F8 F9 FA FB FC FD FE FF\n0200: <...>";
-}
-
-void tst_CodeEditor::hexPreview()
-{
-    QFETCH(int, size);
-    QFETCH(QString, lastLines);
-    QByteArray data(size, '\0');
-    for (int i = 0; i < size; ++i)
-        data[i] = char(i);
-    const QString text = CodeEditor::hexPreview(data);
-    QCOMPARE(text.right(lastLines.size()), lastLines);
-    QCOMPARE(text.count(QLatin1Char('\n')), qMax(0, (qMin(size, 512) + 15) / 16 - 1) + (size > 512 ? 1 : 0));
-}
-
-// Rows: file name, bytes, type, text shown and bytes stored ("=" for the bytes
-// as they came), and whether Save && Upload asks about broken JSON.
-void tst_CodeEditor::content_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<QString>("type");
-    QTest::addColumn<QString>("shown");
-    QTest::addColumn<QByteArray>("stored");
-    QTest::addColumn<bool>("jsonQuestion");
-    const auto row = [](const char *name, const QByteArray &data, const char *type, const char *shown = "=",
-                        const char *stored = "=", bool question = false) {
-        QTest::newRow(name) << QString::fromUtf8(name) << data << type << QString::fromUtf8(shown) << QByteArray(stored)
-                            << question;
-    };
-    row("notes", "", "Other");
-    row("MAIN.PY", "print(1)\n", "Python");
-    row("drv.CPP", "int x;", "CXX_Source");
-    row("a.cxx", "", "CXX_Source");
-    row("a.h", "", "CXX_Header");
-    row("b.Hpp", "", "CXX_Header");
-    row("conf.xml", "<a/>", "XML");
-    row("page.txt", " \n\t<?XML version=\"1.0\"?>", "XML");
-    row("x", "<? XmL ?>", "XML");
-    row("y", "a<?xml?>", "Other");
-    row("index.HTML", "<p>", "HTML");
-    row("index.html", "<?xml?>", "XML");
-    row("cfg.py", "{\"a\":1}", "Python");
-    row("data.bin", "{\"a\":1}", "JSON", "{\n    \"a\": 1\n}\n");
-    row("config.json", "{\"a\":1,}", "Other");
-    row(".jsonrc", "{\"a\":}", "JSON", "=", "=", true);
-    row(".JSON.txt", "[1]", "JSON", "[\n    1\n]\n", "[1]");
-    row("latin.txt", "\xE9" "ab", "Other", "\xE9" "ab", "\xEF\xBF\xBD" "ab");
-    row("nul.txt", QByteArray("abc\0def", 7), "Other", "abc", "abc");
-}
-
-void tst_CodeEditor::content()
-{
-    QFETCH(QString, name);
-    QFETCH(QByteArray, data);
-    QFETCH(QString, type);
-    QFETCH(QString, shown);
-    QFETCH(QByteArray, stored);
-    QFETCH(bool, jsonQuestion);
-    static const QHash<QString, QString> highlighterOf = {
-        {"Python", "QPythonHighlighter"}, {"CXX_Source", "QCXXHighlighter"}, {"CXX_Header", "QCXXHighlighter"},
-        {"XML", "QXMLHighlighter"},       {"HTML", "QXMLHighlighter"},       {"JSON", "QJSONHighlighter"}};
-
-    CodeEditor dialog;
-    QVERIFY(dialog.setContent(name, data));
-    QCOMPARE(dialog.windowTitle(), name);
-    QCOMPARE(QMetaEnum::fromType<CodeEditor::Type>().valueToKey(dialog.fileType()), qPrintable(type));
-    QCodeEditor *editor = textOf(dialog);
-    QCOMPARE(editor->toPlainText(), shown == QLatin1String("=") ? QString::fromUtf8(data) : shown);
-    QVERIFY(button(dialog, "saveButton")->isEnabled() && button(dialog, "applyButton")->isEnabled());
-    QStringList highlighters;
-    for (const QStyleSyntaxHighlighter *h : dialog.findChildren<QStyleSyntaxHighlighter *>())
-        highlighters << QString::fromLatin1(h->metaObject()->className()) + (h->document() == editor->document() ? "" : "?");
-    QCOMPARE(highlighters.join(QLatin1Char(' ')), highlighterOf.value(type));
-    QCOMPARE(qobject_cast<QPythonCompleter *>(editor->completer()) != nullptr, type == QLatin1String("Python"));
-
-    // A JSON type that no longer parses asks first; No keeps the dialog open.
-    QSignalSpy accepted(&dialog, &QDialog::accepted);
-    dialog.show();
-    for (const QMessageBox::StandardButton answer : {QMessageBox::No, QMessageBox::Yes}) {
-        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(answer));
-        if (accepted.isEmpty())
-            button(dialog, "applyButton")->click();
-        QCOMPARE(boxes->answered(), jsonQuestion ? 1 : 0);
-        if (jsonQuestion && answer == QMessageBox::No)
-            QVERIFY(accepted.isEmpty() && dialog.isVisible() && boxes->texts().value(0).startsWith(
-                QStringLiteral("The edited data is not a valid JSON document. Proceed?<br>Error: ")));
-    }
-    QCOMPARE(accepted.count(), 1);
-    QCOMPARE(dialog.editedData(), stored == "=" ? data : stored);
-}
-
-// Continuation bytes only, binary at once: read only, shown as hex, the box parented to the dialog's parent.
-void tst_CodeEditor::binaryIsReadOnly_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("size");
-    QTest::newRow("lone 0x80") << "x.py" << 1;
-    QTest::newRow("512-byte binary json name, no parent") << "a.json" << 512;
-    QTest::newRow("513-byte binary") << "fw.bin" << 513;
-}
-
-void tst_CodeEditor::binaryIsReadOnly()
-{
-    QFETCH(QString, name);
-    QFETCH(int, size);
-    const bool withParent = size != 512;
-    QByteArray data(size, '\0');
-    for (int i = 0; i < size; ++i)
-        data[i] = char(0x80 + i % 0x40);
-    QWidget parent;
-    CodeEditor dialog(withParent ? &parent : nullptr, Qt::Dialog);
-    QWidget *boxParent = nullptr;
-    DialogAnswerer answerer([&](QWidget *widget) {
-        auto *box = qobject_cast<QMessageBox *>(widget);
-        if (box) {
-            boxParent = box->parentWidget();
-            box->accept();
-        }
-        return box != nullptr;
-    });
-    QVERIFY(dialog.setContent(name, data));
-    QCOMPARE(answerer.texts(), QStringList{"Looks like this is a binary file. Switching to read-only mode."});
-    QCOMPARE(answerer.titles(), QStringList{"Code Editor"});
-    QCOMPARE(boxParent, withParent ? &parent : static_cast<QWidget *>(&dialog));
-    QCOMPARE(textOf(dialog)->toPlainText(), CodeEditor::hexPreview(data));
-    QVERIFY(!button(dialog, "saveButton")->isEnabled() && !button(dialog, "applyButton")->isEnabled());
-    QVERIFY(button(dialog, "closeButton")->isEnabled() && !textOf(dialog)->isReadOnly());
-    QVERIFY(dialog.fileType() == CodeEditor::Other && dialog.findChildren<QStyleSyntaxHighlighter *>().isEmpty());
-    QCOMPARE(dialog.windowTitle(), name);
-}
-
-void tst_CodeEditor::files()
-{
-    QTemporaryDir dir;
-    const QString conf = dir.filePath(QStringLiteral("lib/Conf.PY"));
-    CodeEditor dialog;
-    QSignalSpy error(&dialog, &CodeEditor::error);
-    QVERIFY(!dialog.loadFile(conf) && dialog.windowTitle() == QLatin1String("Dialog"));
-    QVERIFY(error.takeFirst().at(0).toString().startsWith(QStringLiteral("Cannot read %1: ").arg(conf)));
-    QVERIFY(writeLocalFile(conf, "x = 1\n"));
-    QVERIFY(dialog.loadFile(conf));
-    QVERIFY(dialog.windowTitle() == QLatin1String("Conf.PY") && dialog.fileType() == CodeEditor::Python);
-    QCOMPARE(textOf(dialog)->toPlainText(), QStringLiteral("x = 1\n"));
-
-    // Written as it would be uploaded: JSON compact.
-    dialog.setContent(QStringLiteral("out.json"), "{ \"k\" : [ 1 ] }");
-    QVERIFY(dialog.saveTo(dir.filePath(QStringLiteral("out.json"))));
-    QCOMPARE(readLocalFile(dir.filePath(QStringLiteral("out.json"))), QByteArray("{\"k\":[1]}"));
-    const QString nowhere = dir.filePath(QStringLiteral("nowhere/out.json"));
-    QVERIFY(!dialog.saveTo(nowhere));
-    const QString text = error.value(0).value(0).toString();
-    QVERIFY2(text.startsWith(QStringLiteral("Cannot write to %1: ").arg(nowhere)) && !text.endsWith(": "), qPrintable(text));
-
-    // Save As proposes the name under the root; cancelled, unwritable and chosen, the dialog stays open.
-    dialog.rootPath = dir.path();
-    dialog.setContent(QStringLiteral("main.py"), "print('x')\n");
-    dialog.show();
-    QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
-    QSignalSpy accepted(&dialog, &QDialog::accepted);
-    for (const char *answer : {"", "missing/copy.py", "copy.py"}) {
-        const QString path = *answer ? dir.filePath(QLatin1String(answer)) : QString();
-        QString asked;
-        DialogAnswerer files([&](QWidget *widget) {
-            auto *fileDialog = qobject_cast<QFileDialog *>(widget);
-            if (!fileDialog)
-                return false;
-            asked = fileDialog->windowTitle() + QLatin1Char(' ') + fileDialog->selectedFiles().value(0);
-            if (path.isEmpty()) {
-                fileDialog->reject();
-                return true;
-            }
-            fileDialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(path);
-            QMetaObject::invokeMethod(fileDialog, "accept", Qt::DirectConnection);
-            return true;
-        });
-        button(dialog, "saveButton")->click();
-        QCOMPARE(asked, QStringLiteral("Save As ") + dir.filePath(QStringLiteral("main.py")));
-    }
-    QCOMPARE(readLocalFile(dir.filePath("copy.py")), QByteArray("print('x')\n"));
-    QCOMPARE(boxes->texts(), QStringList{QStringLiteral("File %1 cannot be written").arg(dir.filePath("missing/copy.py"))});
-    QVERIFY(dialog.isVisible() && accepted.isEmpty());
-}
 
 QTEST_MAIN(tst_CodeEditor)
 #include "tst_codeeditor.moc"

@@ -12,7 +12,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QMimeData>
-#include <QPainter>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
@@ -47,22 +46,305 @@ class tst_QCodeEditor : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+
+    void init()
+    {
+        editor = new QCodeEditor;
+        completer = new QPythonCompleter(editor);
+        editor->resize(400, 300);
+        editor->show();
+        QApplication::setActiveWindow(editor);
+        editor->setFocus();
+        QVERIFY(QTest::qWaitForWindowActive(editor));
+    }
     void cleanup() { delete editor; }
-    void defaults();
-    void keys_data();
-    void keys();
-    void completerSwitch();
-    void styleGoesEverywhere();
-    void pasteAndCurrentLine();
-    void pairMarks_data();
-    void pairMarks();
-    void framesOccurrences_data();
-    void framesOccurrences();
-    void frameIsAnOutline();
-    void gutterWidth_data();
-    void gutterWidth();
-    void gutterPaintsBesideTheViewport();
+
+    void defaults()
+    {
+        QVERIFY(editor->autoIndent() && editor->autoPairs() && editor->spacesForTab() && !editor->showSpaces());
+        QVERIFY(editor->tabReplacementSize() == 4 && editor->font().fixedPitch() && editor->font().pointSize() == 10);
+        // Frames are drawn only once their handler is registered with the layout.
+        QCOMPARE(editor->document()->documentLayout()->handlerForObject(QFramedTextAttribute::objectType()),
+                 static_cast<QTextObjectInterface *>(editor->findChild<QFramedTextAttribute *>()));
+        editor->setShowSpaces(true);
+        QVERIFY(editor->document()->defaultTextOption().flags() & QTextOption::ShowTabsAndSpaces);
+    }
+
+    // Rows: text and cursor before, keys, text and cursor after ("`" is one tab
+    // stop distance in blanks), settings other than the defaults, and the popup
+    // then: "" when hidden, else the prefix and the word of the current row.
+    void keys_data()
+    {
+        QTest::addColumn<QString>("before");
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<QString>("after");
+        QTest::addColumn<QString>("settings");
+        QTest::addColumn<QString>("popup");
+        const auto row = [](const char *name, const char *before, const char *keys, const char *after,
+                            const char *settings = "", const char *popup = "") {
+            QTest::newRow(name) << before << keys << after << settings << popup;
+        };
+        row("brackets insert partners", "|", "([{", "([{|}])");
+        row("closings step over partners", "|", "(())", "(())|");
+        row("quotes never stepped over", "|", "''\"\"", "''\"\"|\"\"''");
+        row("other closer isn't stepped over", "(|]", ")", "()|]");
+        row("backspace leaves the partner", "|", "(<Backspace>", "|)");
+        row("no pairs when off", "(|)", ")(", "()(|)", "no pairs");
+        row("return repeats the line's indent", "    ab|cd", "<Return>", "    ab\n    |cd");
+        row("braces without auto indent", "  {|}", "<Return>", "  {\n|}", "no indent");
+        // The middle line goes in by the tab stop distance, not the tab replacement.
+        row("braces with spaces", "    {|}", "<Return>", "    {\n    `|\n    }");
+        row("braces with tabs", "{|}", "<Return>", "{\n\t|\n}", "tabs");
+        row("braces opened by enter", "{|}", "<Enter>", "{\n`|\n}");
+        row("tab inserts the replacement", "x|", "<Tab>", "x    |");
+        row("tab of two blanks", "|", "<Tab>", "  |", "size 2");
+        row("tab character without spaces", "x|", "<Tab>", "x\t|", "tabs");
+        row("ctrl+tab goes to the base", "x|", "<Ctrl+Tab>", "x|");
+        row("shift+tab works from the line start", "  ab|cd", "<Shift+Tab>", "ab|cd");
+        row("shift+tab removes at most the replacement", "        x|", "<Shift+Tab>", "    x|");
+        row("shift+tab counts columns as characters", "\tabcdef|", "<Shift+Tab>", "def|");
+        row("shift+tab without spaces goes to the base", "  x|", "<Shift+Tab>", "  x|", "tabs");
+        row("popup not at the first letter", "|", "m", "m|", "completer");
+        row("popup left open by bare modifiers", "|", "mi<Shift><Ctrl>", "mi|", "completer", "mi: min");
+        row("popup closed by a separator", "|", "mi ", "mi |", "completer");
+        row("popup closed by a key without text", "|", "mi<Left>", "m|i", "completer");
+        row("popup never opened by Delete", "max|x", "<Delete>", "max|", "completer");
+        row("popup for one letter by ctrl+space", "|", "f<Ctrl+Space>", "f|", "completer", "f: for");
+        row("return left to the popup", "|", "le<Return>", "le|", "completer", "le: len");
+        row("enter left to the popup", "|", "le<Enter>", "le|", "completer", "le: len");
+        row("tab left to the popup", "|", "le<Tab>", "le|", "completer", "le: len");
+        row("shift+tab left to the popup", "  |", "le<Shift+Tab>", "  le|", "completer", "le: len");
+        // Each stop character, typed just before a word that would be offered.
+        for (const QChar stop : QStringLiteral("~!@#$%^&*()+{}|:\"<>?,./;'[]\\-="))
+            QTest::addRow("popup closed by %c", stop.toLatin1())
+                << "|le" << QString(stop) << QString(stop) + QLatin1String("|le") << "completer no pairs" << "";
+        row("popup closed by _", "atomic|uint", "_", "atomic_|uint", "glsl completer");
+    }
+
+    void keys()
+    {
+        QFETCH(QString, before);
+        QFETCH(QString, keys);
+        QFETCH(QString, after);
+        QFETCH(QString, settings);
+        QFETCH(QString, popup);
+
+        if (settings.contains(QLatin1String("glsl")))
+            completer = new QGLSLCompleter(editor);
+        if (settings.contains(QLatin1String("completer")))
+            editor->setCompleter(completer);
+        editor->setAutoIndent(!settings.contains(QLatin1String("no indent")));
+        editor->setAutoPairs(!settings.contains(QLatin1String("no pairs")));
+        editor->setSpacesForTab(!settings.contains(QLatin1String("tabs")));
+        if (settings.startsWith(QLatin1String("size ")))
+            editor->setTabReplacementSize(settings.mid(5).toInt());
+        setText(before);
+        typeKeys(keys);
+        // Unlike 4, the tab replacement, so that "`" tells the two apart.
+        const int tabStop = int(editor->tabStopDistance() / editor->fontMetrics().averageCharWidth());
+        QVERIFY(tabStop != 4);
+        QCOMPARE(textWithCursor(), after.replace(QLatin1Char('`'), QString(tabStop, QLatin1Char(' '))));
+        QAbstractItemView *list = completer->popup();
+        if (popup.isEmpty()) {
+            QVERIFY(!list->isVisible());
+            return;
+        }
+        QTRY_VERIFY(list->isVisible());
+        QCOMPARE(completer->completionPrefix() + QLatin1String(": ") + list->currentIndex().data().toString(), popup);
+        // As wide as its widest word and a scroll bar.
+        QCOMPARE(list->width(), list->sizeHintForColumn(0) + list->verticalScrollBar()->sizeHint().width());
+    }
+
+    void completerSwitch()
+    {
+        QPythonCompleter replaced;
+        editor->setCompleter(&replaced);
+        editor->setCompleter(completer);
+        typeKeys(QStringLiteral("le"));
+        QTRY_VERIFY(completer->popup()->isVisible());
+        QTest::keyClick(completer->popup(), Qt::Key_Return);
+        QCOMPARE(textWithCursor(), QStringLiteral("len|"));
+        // Neither the replaced completer nor one serving another widget inserts.
+        emit replaced.activated(QStringLiteral("length"));
+        QWidget other;
+        completer->setWidget(&other);
+        editor->insertCompletion(QStringLiteral("length"));
+        QCOMPARE(textWithCursor(), QStringLiteral("len|"));
+        // Focus brings the completer back to the editor.
+        other.show();
+        QApplication::setActiveWindow(&other);
+        other.setFocus();
+        QApplication::setActiveWindow(editor);
+        editor->setFocus();
+        QTRY_COMPARE(completer->widget(), editor);
+    }
+
+    void styleGoesEverywhere()
+    {
+        QPythonHighlighter first, highlighter;
+        editor->setHighlighter(&first);
+        editor->setHighlighter(&highlighter);
+        QVERIFY(!first.document() && highlighter.document() == editor->document());
+        QSyntaxStyle *dark = QSyntaxStyle::darkScheme();
+        editor->setSyntaxStyle(dark);
+        QVERIFY(highlighter.syntaxStyle() == dark && editor->findChild<QLineNumberArea *>()->syntaxStyle() == dark);
+        QCOMPARE(editor->findChild<QFramedTextAttribute *>()->syntaxStyle(), dark);
+        const QPalette pal = editor->palette();
+        QCOMPARE(QStringList({pal.color(QPalette::Inactive, QPalette::Base).name(), pal.color(QPalette::Text).name(),
+                              pal.color(QPalette::Disabled, QPalette::Highlight).name()}),
+                 QStringList({"#282a36", "#f8f8f2", "#44475a"}));
+        setText(QStringLiteral("def|"));
+        const QVector<QTextLayout::FormatRange> ranges = editor->document()->firstBlock().layout()->formats();
+        QCOMPARE(ranges.size(), 1);
+        QCOMPARE(ranges.first().format, dark->formatFor(QStringLiteral("Keyword")));
+        editor->setHighlighter(nullptr);
+        QVERIFY(!highlighter.document());
+    }
+
+    void pasteAndCurrentLine()
+    {
+        auto *mime = new QMimeData;
+        mime->setHtml(QStringLiteral("<b>bold</b>"));
+        mime->setText(QStringLiteral("bold"));
+        QApplication::clipboard()->setMimeData(mime);
+        editor->setSyntaxStyle(QSyntaxStyle::darkScheme());
+        setText(QStringLiteral("a\nx|"));
+        editor->paste();
+        QCOMPARE(textWithCursor(), QStringLiteral("a\nxbold|"));
+        QVERIFY(editor->textCursor().charFormat().fontWeight() != QFont::Bold);
+
+        const QList<QTextEdit::ExtraSelection> extras = editor->extraSelections();
+        QCOMPARE(extras.size(), 1);
+        const QTextEdit::ExtraSelection &band = extras.first();
+        QVERIFY(band.format.property(QTextFormat::FullWidthSelection).toBool());
+        QCOMPARE(band.format.background().color(), QColor("#383b4c"));
+        // The scheme gives the band a foreground; the band must not recolour text.
+        QVERIFY(!band.format.hasProperty(QTextFormat::ForegroundBrush));
+        QVERIFY(!band.cursor.hasSelection() && band.cursor.blockNumber() == 1);
+        editor->setReadOnly(true);
+        editor->updateExtraSelection();
+        QVERIFY(editor->extraSelections().isEmpty());
+    }
+
+    void pairMarks_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<Marks>("marks"); // starts of the marked characters, partner first
+        QTest::newRow("forward") << " |(a)" << Marks{3, 1};
+        QTest::newRow("backward") << "(a)|" << Marks{0, 2};
+        QTest::newRow("nested, outer") << " |((a))" << Marks{5, 1};
+        QTest::newRow("opening under cursor wins") << " ()|(x)" << Marks{5, 3};
+        QTest::newRow("over lines") << " |{\n}" << Marks{3, 1};
+        QTest::newRow("without partner") << " |(a" << Marks{};
+        QTest::newRow("other kind of closer") << " |(a]" << Marks{};
+        QTest::newRow("quotes") << " |\"a\"" << Marks{};
+        QTest::newRow("bracket at document start") << "|(a)" << Marks{};
+    }
+
+    void pairMarks()
+    {
+        QFETCH(QString, text);
+        QFETCH(Marks, marks);
+        setText(text);
+        const QList<QTextEdit::ExtraSelection> extras = editor->extraSelections().mid(1);
+        Marks found;
+        for (const QTextEdit::ExtraSelection &mark : extras) {
+            QCOMPARE(mark.format, editor->syntaxStyle()->formatFor(QStringLiteral("Parentheses")));
+            QCOMPARE(mark.cursor.selectionEnd(), mark.cursor.selectionStart() + 1);
+            found << mark.cursor.selectionStart();
+        }
+        QCOMPARE(found, marks);
+    }
+
+    void framesOccurrences_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("to");
+        QTest::addColumn<QString>("framed");
+        QTest::newRow("one word, two places") << "foo bar foo" << 0 << 3 << "#foo bar #foo";
+        QTest::newRow("one word, one place") << "foo bar foo" << 4 << 7 << "foo #bar foo";
+        QTest::newRow("any case, inside words") << "Foo food\nfoo" << 9 << 12 << "#Foo #food\n#foo";
+        QTest::newRow("backward selection") << "foo bar foo" << 3 << 0 << "#foo bar #foo";
+        QTest::newRow("part of a word") << "foo bar foo" << 0 << 2 << "foo bar foo";
+        QTest::newRow("one letter") << "a b a" << 0 << 1 << "a b a";
+    }
+
+    void framesOccurrences()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, from);
+        QFETCH(int, to);
+        QFETCH(QString, framed);
+        editor->setPlainText(text);
+        const QString word = text.mid(qMin(from, to), qAbs(to - from));
+        select(from, to);
+        QCOMPARE(shown(editor->toPlainText(), 0).mid(1), framed);
+        // The selection stays on the word, and the frame carries the word it is drawn around.
+        QCOMPARE(editor->textCursor().selectedText(), word);
+        QTextCursor probe(editor->document());
+        probe.setPosition(framed.lastIndexOf(QLatin1Char('#')) + 1);
+        QCOMPARE(probe.charFormat().property(1).toString(), framed.contains(QLatin1Char('#')) ? word : QString());
+        select(0, 4); // no word: all frames go
+        QCOMPARE(editor->toPlainText(), text);
+    }
+
+    void gutterWidth_data()
+    {
+        QTest::addColumn<int>("lineCount");
+        QTest::addColumn<int>("digits");
+        // Without a change of the line count only painting sets the margin.
+        QTest::newRow("empty document") << 0 << 1;
+        QTest::newRow("nine lines") << 9 << 1;
+        QTest::newRow("ten lines") << 10 << 2;
+        QTest::newRow("1000 lines") << 1000 << 4;
+    }
+
+    void gutterWidth()
+    {
+        QFETCH(int, lineCount);
+        QFETCH(int, digits);
+        QCodeEditor editor;
+        QVERIFY(showLines(editor, lineCount));
+        auto *gutter = editor.findChild<QLineNumberArea *>();
+        QCOMPARE(gutter->sizeHint(), QSize(13 + digits * editor.fontMetrics().horizontalAdvance(QLatin1Char('9')), 0));
+        QCOMPARE(gutter->geometry(), QRect(editor.contentsRect().topLeft(),
+                                           QSize(gutter->sizeHint().width(), editor.contentsRect().height())));
+    }
+
+    void gutterPaintsBesideTheViewport()
+    {
+        QSyntaxStyle scheme;
+        QVERIFY(scheme.load(QStringLiteral("<style-scheme><style name='Text' background='#ffffff'/>"
+                                           "<style name='LineNumber' foreground='#0000ff' background='#00ff00'/>"
+                                           "<style name='CurrentLineNumber' foreground='#ff0000'/></style-scheme>")));
+        QCodeEditor editor;
+        editor.setSyntaxStyle(&scheme);
+        QVERIFY(showLines(editor, 2));
+        editor.setTextCursor(QTextCursor(editor.document()->lastBlock()));
+        const QImage image = editor.findChild<QLineNumberArea *>()->grab().toImage();
+        // Only "Text" fills; the cursor's line number is in "CurrentLineNumber", the other in "LineNumber".
+        // The numbers end 5 pixels left of the right edge, where the glyph puts its ink.
+        const int second = editor.cursorRect().top();
+        QStringList colours{"", ""};
+        int inkRight = -1;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                const QString colour = image.pixelColor(x, y).name();
+                if (colour != "#ffffff")
+                    inkRight = qMax(inkRight, x);
+                QString &seen = colours[y < second ? 0 : 1];
+                if (QStringList({"#0000ff", "#ff0000", "#00ff00"}).contains(colour) && !seen.contains(colour))
+                    seen += colour;
+            }
+        }
+        QCOMPARE(colours, QStringList({"#0000ff", "#ff0000"}));
+        const QFontMetrics metrics(editor.font());
+        const auto bearing = [&metrics](char digit) {
+            return metrics.boundingRect(QLatin1Char(digit)).right() - metrics.horizontalAdvance(QLatin1Char(digit));
+        };
+        QCOMPARE(inkRight, image.width() - 5 + qMax(bearing('1'), bearing('2')));
+    }
 
 private:
     void setText(const QString &textWithCursor)
@@ -71,7 +353,29 @@ private:
         select(textWithCursor.indexOf(QLatin1Char('|')), textWithCursor.indexOf(QLatin1Char('|')));
     }
     QString textWithCursor() const { return shown(editor->toPlainText(), editor->textCursor().position()); }
-    void typeKeys(const QString &keys);
+
+    // Types characters; a name in angle brackets is one key of the table.
+    void typeKeys(const QString &keys)
+    {
+        static const QHash<QString, QPair<Qt::Key, Qt::KeyboardModifiers>> named = {
+            {"Return", {Qt::Key_Return, Qt::NoModifier}},        {"Enter", {Qt::Key_Enter, Qt::KeypadModifier}},
+            {"Tab", {Qt::Key_Tab, Qt::NoModifier}},              {"Ctrl+Tab", {Qt::Key_Tab, Qt::ControlModifier}},
+            {"Shift+Tab", {Qt::Key_Backtab, Qt::ShiftModifier}}, {"Backspace", {Qt::Key_Backspace, Qt::NoModifier}},
+            {"Delete", {Qt::Key_Delete, Qt::NoModifier}},        {"Left", {Qt::Key_Left, Qt::NoModifier}},
+            {"Shift", {Qt::Key_Shift, Qt::NoModifier}},          {"Ctrl", {Qt::Key_Control, Qt::NoModifier}},
+            {"Ctrl+Space", {Qt::Key_Space, Qt::ControlModifier}}};
+        for (int i = 0; i < keys.size(); ++i) {
+            const int end = keys.at(i) == QLatin1Char('<') ? keys.indexOf(QLatin1Char('>'), i) : -1;
+            if (end < 0) {
+                QTest::keyClick(editor, keys.at(i).toLatin1());
+                continue;
+            }
+            const QString name = keys.mid(i + 1, end - i - 1);
+            QVERIFY2(named.contains(name), qPrintable(name));
+            QTest::keyClick(editor, named.value(name).first, named.value(name).second);
+            i = end;
+        }
+    }
     void select(int from, int to)
     {
         QTextCursor selection(editor->document());
@@ -84,356 +388,6 @@ private:
     QCodeEditor *editor = nullptr;
     QCompleter *completer = nullptr;
 };
-
-void tst_QCodeEditor::init()
-{
-    editor = new QCodeEditor;
-    completer = new QPythonCompleter(editor);
-    editor->resize(400, 300);
-    editor->show();
-    QApplication::setActiveWindow(editor);
-    editor->setFocus();
-    QVERIFY(QTest::qWaitForWindowActive(editor));
-}
-
-// Types characters; a name in angle brackets is one key of the table.
-void tst_QCodeEditor::typeKeys(const QString &keys)
-{
-    static const QHash<QString, QPair<Qt::Key, Qt::KeyboardModifiers>> named = {
-        {"Return", {Qt::Key_Return, Qt::NoModifier}},        {"Enter", {Qt::Key_Enter, Qt::KeypadModifier}},
-        {"Tab", {Qt::Key_Tab, Qt::NoModifier}},              {"Ctrl+Tab", {Qt::Key_Tab, Qt::ControlModifier}},
-        {"Shift+Tab", {Qt::Key_Backtab, Qt::ShiftModifier}}, {"Backspace", {Qt::Key_Backspace, Qt::NoModifier}},
-        {"Delete", {Qt::Key_Delete, Qt::NoModifier}},        {"Left", {Qt::Key_Left, Qt::NoModifier}},
-        {"Shift", {Qt::Key_Shift, Qt::NoModifier}},          {"Ctrl", {Qt::Key_Control, Qt::NoModifier}},
-        {"Ctrl+Space", {Qt::Key_Space, Qt::ControlModifier}}};
-    for (int i = 0; i < keys.size(); ++i) {
-        const int end = keys.at(i) == QLatin1Char('<') ? keys.indexOf(QLatin1Char('>'), i) : -1;
-        if (end < 0) {
-            QTest::keyClick(editor, keys.at(i).toLatin1());
-            continue;
-        }
-        const QString name = keys.mid(i + 1, end - i - 1);
-        QVERIFY2(named.contains(name), qPrintable(name));
-        QTest::keyClick(editor, named.value(name).first, named.value(name).second);
-        i = end;
-    }
-}
-
-void tst_QCodeEditor::defaults()
-{
-    QVERIFY(editor->autoIndent() && editor->autoPairs() && editor->spacesForTab() && !editor->showSpaces());
-    QCOMPARE(editor->tabReplacementSize(), 4);
-    QVERIFY(editor->font().fixedPitch() && editor->font().pointSize() == 10);
-    QCOMPARE(editor->palette().color(QPalette::Base), QColor("#ffffff"));
-    // Frames are drawn only once their handler is registered with the layout.
-    QCOMPARE(editor->document()->documentLayout()->handlerForObject(QFramedTextAttribute::objectType()),
-             static_cast<QTextObjectInterface *>(editor->findChild<QFramedTextAttribute *>()));
-    editor->setShowSpaces(true);
-    QVERIFY(editor->document()->defaultTextOption().flags() & QTextOption::ShowTabsAndSpaces);
-}
-
-// Rows: text and cursor before, keys, text and cursor after ("`" is one tab
-// stop distance in blanks), settings other than the defaults, and the popup
-// then: "" when hidden, else the prefix and the word of the current row.
-void tst_QCodeEditor::keys_data()
-{
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("keys");
-    QTest::addColumn<QString>("after");
-    QTest::addColumn<QString>("settings");
-    QTest::addColumn<QString>("popup");
-    const auto row = [](const char *name, const char *before, const char *keys, const char *after,
-                        const char *settings = "", const char *popup = "") {
-        QTest::newRow(name) << before << keys << after << settings << popup;
-    };
-    row("brackets insert partners", "|", "([{", "([{|}])");
-    row("closings step over partners", "|", "(())", "(())|");
-    row("quotes never stepped over", "|", "''\"\"", "''\"\"|\"\"''");
-    row("other closer isn't stepped over", "(|]", ")", "()|]");
-    row("backspace leaves the partner", "|", "(<Backspace>", "|)");
-    row("no pairs when off", "(|)", ")(", "()(|)", "no pairs");
-    row("return repeats the line's indent", "    ab|cd", "<Return>", "    ab\n    |cd");
-    row("braces without auto indent", "  {|}", "<Return>", "  {\n|}", "no indent");
-    // The middle line goes in by the tab stop distance, not the tab replacement.
-    row("braces with spaces", "    {|}", "<Return>", "    {\n    `|\n    }");
-    row("braces with tabs", "{|}", "<Return>", "{\n\t|\n}", "tabs");
-    row("braces opened by enter", "{|}", "<Enter>", "{\n`|\n}");
-    row("tab inserts the replacement", "x|", "<Tab>", "x    |");
-    row("tab of two blanks", "|", "<Tab>", "  |", "size 2");
-    row("tab character without spaces", "x|", "<Tab>", "x\t|", "tabs");
-    row("ctrl+tab goes to the base", "x|", "<Ctrl+Tab>", "x|");
-    row("shift+tab works from the line start", "  ab|cd", "<Shift+Tab>", "ab|cd");
-    row("shift+tab removes at most the replacement", "        x|", "<Shift+Tab>", "    x|");
-    row("shift+tab counts columns as characters", "\tabcdef|", "<Shift+Tab>", "def|");
-    row("shift+tab without spaces goes to the base", "  x|", "<Shift+Tab>", "  x|", "tabs");
-    row("popup not at the first letter", "|", "m", "m|", "completer");
-    row("popup left open by bare modifiers", "|", "mi<Shift><Ctrl>", "mi|", "completer", "mi: min");
-    row("popup closed by a separator", "|", "mi ", "mi |", "completer");
-    row("popup closed by a key without text", "|", "mi<Left>", "m|i", "completer");
-    row("popup never opened by Delete", "max|x", "<Delete>", "max|", "completer");
-    row("popup for one letter by ctrl+space", "|", "f<Ctrl+Space>", "f|", "completer", "f: for");
-    row("return left to the popup", "|", "le<Return>", "le|", "completer", "le: len");
-    row("enter left to the popup", "|", "le<Enter>", "le|", "completer", "le: len");
-    row("tab left to the popup", "|", "le<Tab>", "le|", "completer", "le: len");
-    row("shift+tab left to the popup", "  |", "le<Shift+Tab>", "  le|", "completer", "le: len");
-    // Each stop character, typed just before a word that would be offered.
-    for (const QChar stop : QStringLiteral("~!@#$%^&*()+{}|:\"<>?,./;'[]\\-="))
-        QTest::addRow("popup closed by %c", stop.toLatin1())
-            << "|le" << QString(stop) << QString(stop) + QLatin1String("|le") << "completer no pairs" << "";
-    row("popup closed by _", "atomic|uint", "_", "atomic_|uint", "glsl completer");
-}
-
-void tst_QCodeEditor::keys()
-{
-    QFETCH(QString, before);
-    QFETCH(QString, keys);
-    QFETCH(QString, after);
-    QFETCH(QString, settings);
-    QFETCH(QString, popup);
-
-    if (settings.contains(QLatin1String("glsl")))
-        completer = new QGLSLCompleter(editor);
-    if (settings.contains(QLatin1String("completer")))
-        editor->setCompleter(completer);
-    editor->setAutoIndent(!settings.contains(QLatin1String("no indent")));
-    editor->setAutoPairs(!settings.contains(QLatin1String("no pairs")));
-    editor->setSpacesForTab(!settings.contains(QLatin1String("tabs")));
-    if (settings.startsWith(QLatin1String("size ")))
-        editor->setTabReplacementSize(settings.mid(5).toInt());
-    setText(before);
-    typeKeys(keys);
-    // Unlike 4, the tab replacement, so that "`" tells the two apart.
-    const int tabStop = int(editor->tabStopDistance() / editor->fontMetrics().averageCharWidth());
-    QVERIFY(tabStop != 4);
-    QCOMPARE(textWithCursor(), after.replace(QLatin1Char('`'), QString(tabStop, QLatin1Char(' '))));
-    QAbstractItemView *list = completer->popup();
-    if (popup.isEmpty()) {
-        QVERIFY(!list->isVisible());
-        return;
-    }
-    QTRY_VERIFY(list->isVisible());
-    QCOMPARE(completer->completionPrefix() + QLatin1String(": ") + list->currentIndex().data().toString(), popup);
-    // As wide as its widest word and a scroll bar.
-    QCOMPARE(list->width(), list->sizeHintForColumn(0) + list->verticalScrollBar()->sizeHint().width());
-}
-
-void tst_QCodeEditor::completerSwitch()
-{
-    QPythonCompleter replaced;
-    editor->setCompleter(&replaced);
-    editor->setCompleter(completer);
-    typeKeys(QStringLiteral("le"));
-    QTRY_VERIFY(completer->popup()->isVisible());
-    QTest::keyClick(completer->popup(), Qt::Key_Return);
-    QCOMPARE(textWithCursor(), QStringLiteral("len|"));
-    // Neither the replaced completer nor one serving another widget inserts.
-    emit replaced.activated(QStringLiteral("length"));
-    QWidget other;
-    completer->setWidget(&other);
-    editor->insertCompletion(QStringLiteral("length"));
-    QCOMPARE(textWithCursor(), QStringLiteral("len|"));
-    // Focus brings the completer back to the editor.
-    other.show();
-    QApplication::setActiveWindow(&other);
-    other.setFocus();
-    QApplication::setActiveWindow(editor);
-    editor->setFocus();
-    QTRY_COMPARE(completer->widget(), editor);
-}
-
-void tst_QCodeEditor::styleGoesEverywhere()
-{
-    QPythonHighlighter first, highlighter;
-    editor->setHighlighter(&first);
-    editor->setHighlighter(&highlighter);
-    QVERIFY(!first.document() && highlighter.document() == editor->document());
-    QSyntaxStyle *dark = QSyntaxStyle::darkScheme();
-    editor->setSyntaxStyle(dark);
-    QVERIFY(highlighter.syntaxStyle() == dark && editor->findChild<QLineNumberArea *>()->syntaxStyle() == dark);
-    QCOMPARE(editor->findChild<QFramedTextAttribute *>()->syntaxStyle(), dark);
-    const QPalette pal = editor->palette();
-    for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
-        QCOMPARE(QStringList({pal.color(group, QPalette::Base).name(), pal.color(group, QPalette::Text).name(),
-                              pal.color(group, QPalette::Highlight).name()}),
-                 QStringList({"#282a36", "#f8f8f2", "#44475a"}));
-    setText(QStringLiteral("def|"));
-    const QVector<QTextLayout::FormatRange> ranges = editor->document()->firstBlock().layout()->formats();
-    QCOMPARE(ranges.size(), 1);
-    QCOMPARE(ranges.first().format, dark->formatFor(QStringLiteral("Keyword")));
-    editor->setHighlighter(nullptr);
-    QVERIFY(!highlighter.document());
-}
-
-void tst_QCodeEditor::pasteAndCurrentLine()
-{
-    auto *mime = new QMimeData;
-    mime->setHtml(QStringLiteral("<b>bold</b>"));
-    mime->setText(QStringLiteral("bold"));
-    QApplication::clipboard()->setMimeData(mime);
-    editor->setSyntaxStyle(QSyntaxStyle::darkScheme());
-    setText(QStringLiteral("a\nx|"));
-    editor->paste();
-    QCOMPARE(textWithCursor(), QStringLiteral("a\nxbold|"));
-    QVERIFY(editor->textCursor().charFormat().fontWeight() != QFont::Bold);
-
-    const QList<QTextEdit::ExtraSelection> extras = editor->extraSelections();
-    QCOMPARE(extras.size(), 1);
-    const QTextEdit::ExtraSelection &band = extras.first();
-    QVERIFY(band.format.property(QTextFormat::FullWidthSelection).toBool());
-    QCOMPARE(band.format.background().color(), QColor("#383b4c"));
-    // The scheme gives the band a foreground; the band must not recolour text.
-    QVERIFY(!band.format.hasProperty(QTextFormat::ForegroundBrush));
-    QVERIFY(!band.cursor.hasSelection() && band.cursor.blockNumber() == 1);
-    editor->setReadOnly(true);
-    editor->updateExtraSelection();
-    QVERIFY(editor->extraSelections().isEmpty());
-}
-
-void tst_QCodeEditor::pairMarks_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<Marks>("marks"); // starts of the marked characters, partner first
-    QTest::newRow("forward") << " |(a)" << Marks{3, 1};
-    QTest::newRow("backward") << "(a)|" << Marks{0, 2};
-    QTest::newRow("nested, outer") << " |((a))" << Marks{5, 1};
-    QTest::newRow("opening under cursor wins") << " ()|(x)" << Marks{5, 3};
-    QTest::newRow("over lines") << " |{\n}" << Marks{3, 1};
-    QTest::newRow("without partner") << " |(a" << Marks{};
-    QTest::newRow("other kind of closer") << " |(a]" << Marks{};
-    QTest::newRow("quotes") << " |\"a\"" << Marks{};
-    QTest::newRow("bracket at document start") << "|(a)" << Marks{};
-}
-
-void tst_QCodeEditor::pairMarks()
-{
-    QFETCH(QString, text);
-    QFETCH(Marks, marks);
-    setText(text);
-    const QList<QTextEdit::ExtraSelection> extras = editor->extraSelections().mid(1);
-    Marks found;
-    for (const QTextEdit::ExtraSelection &mark : extras) {
-        QCOMPARE(mark.format, editor->syntaxStyle()->formatFor(QStringLiteral("Parentheses")));
-        QCOMPARE(mark.cursor.selectionEnd(), mark.cursor.selectionStart() + 1);
-        found << mark.cursor.selectionStart();
-    }
-    QCOMPARE(found, marks);
-}
-
-void tst_QCodeEditor::framesOccurrences_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("from");
-    QTest::addColumn<int>("to");
-    QTest::addColumn<QString>("framed");
-    QTest::newRow("one word, two places") << "foo bar foo" << 0 << 3 << "#foo bar #foo";
-    QTest::newRow("one word, one place") << "foo bar foo" << 4 << 7 << "foo #bar foo";
-    QTest::newRow("any case, inside words") << "Foo food\nfoo" << 9 << 12 << "#Foo #food\n#foo";
-    QTest::newRow("backward selection") << "foo bar foo" << 3 << 0 << "#foo bar #foo";
-    QTest::newRow("part of a word") << "foo bar foo" << 0 << 2 << "foo bar foo";
-    QTest::newRow("one letter") << "a b a" << 0 << 1 << "a b a";
-}
-
-void tst_QCodeEditor::framesOccurrences()
-{
-    QFETCH(QString, text);
-    QFETCH(int, from);
-    QFETCH(int, to);
-    QFETCH(QString, framed);
-    editor->setPlainText(text);
-    const QString word = text.mid(qMin(from, to), qAbs(to - from));
-    select(from, to);
-    QCOMPARE(shown(editor->toPlainText(), 0).mid(1), framed);
-    // The selection stays on the word, and the frame carries the word it is drawn around.
-    QCOMPARE(editor->textCursor().selectedText(), word);
-    QTextCursor probe(editor->document());
-    probe.setPosition(framed.lastIndexOf(QLatin1Char('#')) + 1);
-    QCOMPARE(probe.charFormat().property(1).toString(), framed.contains(QLatin1Char('#')) ? word : QString());
-    select(0, 4); // no word: all frames go
-    QCOMPARE(editor->toPlainText(), text);
-}
-
-void tst_QCodeEditor::frameIsAnOutline()
-{
-    QSyntaxStyle scheme;
-    QVERIFY(scheme.load(QStringLiteral("<style-scheme><style name='Occurrences' background='#ff0000'/></style-scheme>")));
-    QFramedTextAttribute attribute;
-    attribute.setSyntaxStyle(&scheme);
-    QTextCharFormat format;
-    format.setProperty(1, QStringLiteral("occurrence"));
-    QCOMPARE(attribute.intrinsicSize(nullptr, 0, format), QSizeF(0, 0));
-    const QSize size = QFontMetrics(format.font()).boundingRect(QStringLiteral("occurrence")).size();
-    QImage image(200, 100, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
-    attribute.drawObject(&painter, QRectF(20, 60, 0, 0), nullptr, 0, format);
-    painter.end();
-    // From the object's left, ending 4 pixels below its top; the antialiased pen may spread over two rows.
-    const int top = 60 - size.height() + 4;
-    const QPoint centre(20 + size.width() / 2, top + size.height() / 2);
-    const auto red = [&image](int x, int y) {
-        const QColor c = image.pixelColor(x, y), above = image.pixelColor(x, y - 1);
-        return (c.red() > 200 && c.green() < 160) || (above.red() > 200 && above.green() < 160);
-    };
-    QVERIFY(red(centre.x(), top) && red(centre.x(), top + size.height()));
-    for (const QPoint white : {centre, QPoint(centre.x(), top - 3), QPoint(10, centre.y())})
-        QCOMPARE(image.pixelColor(white), QColor(Qt::white));
-}
-
-void tst_QCodeEditor::gutterWidth_data()
-{
-    QTest::addColumn<int>("lineCount");
-    QTest::addColumn<int>("digits");
-    // Without a change of the line count only painting sets the margin.
-    QTest::newRow("empty document") << 0 << 1;
-    QTest::newRow("nine lines") << 9 << 1;
-    QTest::newRow("ten lines") << 10 << 2;
-    QTest::newRow("1000 lines") << 1000 << 4;
-}
-
-void tst_QCodeEditor::gutterWidth()
-{
-    QFETCH(int, lineCount);
-    QFETCH(int, digits);
-    QCodeEditor editor;
-    QVERIFY(showLines(editor, lineCount));
-    auto *gutter = editor.findChild<QLineNumberArea *>();
-    QCOMPARE(gutter->sizeHint(), QSize(13 + digits * editor.fontMetrics().horizontalAdvance(QLatin1Char('9')), 0));
-    QCOMPARE(gutter->geometry(), QRect(editor.contentsRect().topLeft(),
-                                       QSize(gutter->sizeHint().width(), editor.contentsRect().height())));
-}
-
-void tst_QCodeEditor::gutterPaintsBesideTheViewport()
-{
-    QSyntaxStyle scheme;
-    QVERIFY(scheme.load(QStringLiteral("<style-scheme><style name='Text' foreground='#000000' background='#ffffff'/>"
-                                       "<style name='LineNumber' foreground='#0000ff' background='#00ff00'/>"
-                                       "<style name='CurrentLineNumber' foreground='#ff0000'/></style-scheme>")));
-    QCodeEditor editor;
-    editor.setSyntaxStyle(&scheme);
-    QVERIFY(showLines(editor, 2));
-    editor.setTextCursor(QTextCursor(editor.document()->lastBlock()));
-    const QImage image = editor.findChild<QLineNumberArea *>()->grab().toImage();
-    // Only "Text" fills; the cursor's line number is in "CurrentLineNumber", the other in "LineNumber".
-    // The numbers end 5 pixels left of the right edge, where the glyph puts its ink.
-    const int second = editor.cursorRect().top();
-    QStringList colours{"", ""};
-    int inkRight = -1;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const QString colour = image.pixelColor(x, y).name();
-            if (colour != "#ffffff")
-                inkRight = qMax(inkRight, x);
-            QString &seen = colours[y < second ? 0 : 1];
-            if (QStringList({"#0000ff", "#ff0000", "#00ff00"}).contains(colour) && !seen.contains(colour))
-                seen += colour;
-        }
-    }
-    QCOMPARE(colours, QStringList({"#0000ff", "#ff0000"}));
-    const QFontMetrics metrics(editor.font());
-    const int bearing = qMax(metrics.boundingRect(QLatin1Char('1')).right() - metrics.horizontalAdvance(QLatin1Char('1')),
-                             metrics.boundingRect(QLatin1Char('2')).right() - metrics.horizontalAdvance(QLatin1Char('2')));
-    QCOMPARE(inkRight, image.width() - 5 + bearing);
-}
 
 QTEST_MAIN(tst_QCodeEditor)
 #include "tst_qcodeeditor.moc"
