@@ -81,47 +81,37 @@ private slots:
                  expected);
     }
 
-    void isBinary_data()
+    // Rows: bytes, whether they are binary, and the end of their hex preview.
+    void scan_data()
     {
         QTest::addColumn<QByteArray>("data");
         QTest::addColumn<bool>("binary");
-        QTest::newRow("empty") << QByteArray() << false;
-        QTest::newRow("two-byte sequence") << QByteArray("caf\xC3\xA9") << false;
-        QTest::newRow("four-byte sequence") << QByteArray("\xF0\x9F\x98\x80!") << false;
-        QTest::newRow("skipped bytes are not looked at") << QByteArray("\xC3\xFF" "a") << false;
-        QTest::newRow("sequence cut off by the end") << QByteArray("ab\xF0\x9F") << false;
-        QTest::newRow("stray continuation after text") << QByteArray("ab\xBF") << true;
-        QTest::newRow("stray byte behind a skipped sequence") << QByteArray("\xE9" "ab\x80") << true;
-        QTest::newRow("0xF8 lead") << QByteArray("\xF8\x88\x80\x80\x80") << true;
-        QTest::newRow("0xFF") << QByteArray("a\xFF") << true;
+        QTest::addColumn<QString>("preview");
+        QByteArray counting(513, '\0');
+        for (int i = 0; i < counting.size(); ++i)
+            counting[i] = char(i);
+        QTest::newRow("empty") << QByteArray() << false << "";
+        QTest::newRow("two-byte sequence") << QByteArray("caf\xC3\xA9") << false << "0000: 63 61 66 C3 A9";
+        QTest::newRow("four-byte sequence") << QByteArray("\xF0\x9F\x98\x80!") << false << "F0 9F 98 80 21";
+        QTest::newRow("skipped bytes are not looked at") << QByteArray("\xC3\xFF" "a") << false << "C3 FF 61";
+        QTest::newRow("sequence cut off by the end") << QByteArray("ab\xF0\x9F") << false << "F0 9F";
+        QTest::newRow("stray continuation after text") << QByteArray("ab\xBF") << true << "BF";
+        QTest::newRow("stray byte behind a skipped sequence") << QByteArray("\xE9" "ab\x80") << true << "80";
+        QTest::newRow("0xF8 lead") << QByteArray("\xF8\x88\x80\x80\x80") << true << "F8 88 80 80 80";
+        QTest::newRow("0xFF") << QByteArray("a\xFF") << true << "0000: 61 FF";
+        QTest::newRow("seventeen control bytes") << counting.left(17) << false
+                                                 << "0000: 00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F\n0010: 10";
+        QTest::newRow("513 bytes, cut at 512")
+            << counting << true << "01F0: F0 F1 F2 F3 F4 F5 F6 F7 F8 F9 FA FB FC FD FE FF\n0200: <...>";
     }
 
-    void isBinary()
+    void scan()
     {
         QFETCH(QByteArray, data);
         QFETCH(bool, binary);
+        QFETCH(QString, preview);
         QCOMPARE(CodeEditor::isBinary(data), binary);
-    }
-
-    void hexPreview_data()
-    {
-        QTest::addColumn<int>("size"); // of bytes 00 01 02 ...
-        QTest::addColumn<QString>("lastLines");
-        const char *full = "0000: 00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F";
-        QTest::newRow("seventeen bytes") << 17 << QStringLiteral("%1\n0010: 10").arg(full);
-        QTest::newRow("513 bytes") << 513 << "01F0: F0 F1 F2 F3 F4 F5 F6 F7 F8 F9 FA FB FC FD FE FF\n0200: <...>";
-    }
-
-    void hexPreview()
-    {
-        QFETCH(int, size);
-        QFETCH(QString, lastLines);
-        QByteArray data(size, '\0');
-        for (int i = 0; i < size; ++i)
-            data[i] = char(i);
-        const QString text = CodeEditor::hexPreview(data);
-        QCOMPARE(text.right(lastLines.size()), lastLines);
-        QCOMPARE(text.count(QLatin1Char('\n')), qMax(0, (qMin(size, 512) + 15) / 16 - 1) + (size > 512 ? 1 : 0));
+        QCOMPARE(CodeEditor::hexPreview(data).right(preview.size()), preview);
     }
 
     // Rows: file name, bytes, type, text shown and bytes stored ("=" for the bytes

@@ -46,7 +46,6 @@ class tst_QCodeEditor : public QObject
     Q_OBJECT
 
 private slots:
-
     void init()
     {
         editor = new QCodeEditor;

@@ -136,14 +136,12 @@ void tst_QSyntaxStyle::formats_data()
     const QString keyword = QStringLiteral("<style name='Keyword' foreground='#010203'/>");
     row("exact name", keyword, "Keyword", "#010203 on -");
     row("other case", keyword, "keyword", "none");
-    row("trailing blank", keyword, "Keyword ", "none");
     row("later entry replaces whole", "<style name='S' foreground='#ff0000' bold='true'/><style name='S' "
         "background='#00ff00'/>", "S", "- on #00ff00");
     row("bare entry", "<style name='S'/>", "S", "none");
     const QString attribute = QStringLiteral("<style name='S' %1/>");
     row("bold true", attribute.arg("bold='true'"), "S", "- on - bold");
     row("bold True", attribute.arg("bold='True'"), "S", "none");
-    row("bold false", attribute.arg("bold='false'"), "S", "none");
     row("italic TRUE", attribute.arg("italic='TRUE'"), "S", "none");
     // The underline colour is never read: the underline keeps the text colour.
     row("underline colour", attribute.arg("underlineColor='#ff0000'"), "S", "none");
