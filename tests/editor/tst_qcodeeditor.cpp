@@ -17,7 +17,7 @@
 #include <QTest>
 #include <QTextBlock>
 
-using Marks = QList<int>;
+#include <algorithm>
 
 // In the texts of these tests "|" is the cursor and "#" a frame.
 static QString shown(QString text, int cursor)
@@ -225,67 +225,58 @@ private slots:
         QVERIFY(editor->extraSelections().isEmpty());
     }
 
-    void pairMarks_data()
+    // Rows: text with the cursor "|" and the selection's anchor "[", and what is then marked: "^" after
+    // each character of a pair, "#" for a frame around each occurrence of a selected word.
+    void marks_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::addColumn<Marks>("marks"); // starts of the marked characters, partner first
-        QTest::newRow("forward") << " |(a)" << Marks{3, 1};
-        QTest::newRow("backward") << "(a)|" << Marks{0, 2};
-        QTest::newRow("nested, outer") << " |((a))" << Marks{5, 1};
-        QTest::newRow("opening under cursor wins") << " ()|(x)" << Marks{5, 3};
-        QTest::newRow("over lines") << " |{\n}" << Marks{3, 1};
-        QTest::newRow("without partner") << " |(a" << Marks{};
-        QTest::newRow("other kind of closer") << " |(a]" << Marks{};
-        QTest::newRow("quotes") << " |\"a\"" << Marks{};
-        QTest::newRow("bracket at document start") << "|(a)" << Marks{};
+        QTest::addColumn<QString>("marked");
+        QTest::newRow("pair forward") << " |(a)" << " (^a)^";
+        QTest::newRow("pair backward") << "(a)|" << "(^a)^";
+        QTest::newRow("nested, outer") << " |((a))" << " (^(a))^";
+        QTest::newRow("opening under cursor wins") << " ()|(x)" << " ()(^x)^";
+        QTest::newRow("pair over lines") << " |{\n}" << " {^\n}^";
+        QTest::newRow("without partner") << " |(a" << " (a";
+        QTest::newRow("other kind of closer") << " |(a]" << " (a]";
+        QTest::newRow("quotes") << " |\"a\"" << " \"a\"";
+        QTest::newRow("bracket at document start") << "|(a)" << "(a)";
+        QTest::newRow("one word, two places") << "[foo| bar foo" << "#foo bar #foo";
+        QTest::newRow("one word, one place") << "foo [bar| foo" << "foo #bar foo";
+        QTest::newRow("any case, inside words") << "Foo food\n[foo|" << "#Foo #food\n#foo";
+        QTest::newRow("backward selection") << "|foo[ bar foo" << "#foo bar #foo";
+        QTest::newRow("part of a word") << "[fo|o bar foo" << "foo bar foo";
+        QTest::newRow("one letter") << "[a| b a" << "a b a";
     }
 
-    void pairMarks()
+    void marks()
     {
         QFETCH(QString, text);
-        QFETCH(Marks, marks);
-        setText(text);
-        const QList<QTextEdit::ExtraSelection> extras = editor->extraSelections().mid(1);
-        Marks found;
-        for (const QTextEdit::ExtraSelection &mark : extras) {
+        QFETCH(QString, marked);
+        const QString plain = QString(text).remove(QLatin1Char('[')).remove(QLatin1Char('|'));
+        const int cursor = QString(text).remove(QLatin1Char('[')).indexOf(QLatin1Char('|'));
+        const QString withAnchor = QString(text).remove(QLatin1Char('|'));
+        const int anchor = text.contains(QLatin1Char('[')) ? withAnchor.indexOf(QLatin1Char('[')) : cursor;
+        editor->setPlainText(plain);
+        select(anchor, cursor);
+        QString seen = shown(editor->toPlainText(), 0).mid(1);
+        QList<int> pairs;
+        for (const QTextEdit::ExtraSelection &mark : editor->extraSelections().mid(1)) {
             QCOMPARE(mark.format, editor->syntaxStyle()->formatFor(QStringLiteral("Parentheses")));
             QCOMPARE(mark.cursor.selectionEnd(), mark.cursor.selectionStart() + 1);
-            found << mark.cursor.selectionStart();
+            pairs << mark.cursor.selectionEnd();
         }
-        QCOMPARE(found, marks);
-    }
-
-    void framesOccurrences_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("from");
-        QTest::addColumn<int>("to");
-        QTest::addColumn<QString>("framed");
-        QTest::newRow("one word, two places") << "foo bar foo" << 0 << 3 << "#foo bar #foo";
-        QTest::newRow("one word, one place") << "foo bar foo" << 4 << 7 << "foo #bar foo";
-        QTest::newRow("any case, inside words") << "Foo food\nfoo" << 9 << 12 << "#Foo #food\n#foo";
-        QTest::newRow("backward selection") << "foo bar foo" << 3 << 0 << "#foo bar #foo";
-        QTest::newRow("part of a word") << "foo bar foo" << 0 << 2 << "foo bar foo";
-        QTest::newRow("one letter") << "a b a" << 0 << 1 << "a b a";
-    }
-
-    void framesOccurrences()
-    {
-        QFETCH(QString, text);
-        QFETCH(int, from);
-        QFETCH(int, to);
-        QFETCH(QString, framed);
-        editor->setPlainText(text);
-        const QString word = text.mid(qMin(from, to), qAbs(to - from));
-        select(from, to);
-        QCOMPARE(shown(editor->toPlainText(), 0).mid(1), framed);
+        std::sort(pairs.rbegin(), pairs.rend());
+        for (const int end : pairs)
+            seen.insert(end, QLatin1Char('^'));
+        QCOMPARE(seen, marked);
         // The selection stays on the word, and the frame carries the word it is drawn around.
+        const QString word = plain.mid(qMin(anchor, cursor), qAbs(cursor - anchor));
         QCOMPARE(editor->textCursor().selectedText(), word);
         QTextCursor probe(editor->document());
-        probe.setPosition(framed.lastIndexOf(QLatin1Char('#')) + 1);
-        QCOMPARE(probe.charFormat().property(1).toString(), framed.contains(QLatin1Char('#')) ? word : QString());
-        select(0, 4); // no word: all frames go
-        QCOMPARE(editor->toPlainText(), text);
+        probe.setPosition(marked.lastIndexOf(QLatin1Char('#')) + 1);
+        QCOMPARE(probe.charFormat().property(1).toString(), marked.contains(QLatin1Char('#')) ? word : QString());
+        select(0, editor->document()->characterCount() - 1); // no word: all frames go
+        QCOMPARE(editor->toPlainText(), plain);
     }
 
     void gutterWidth_data()
