@@ -21,8 +21,7 @@
 static const QStringList styleNames = {"Text",    "Number",        "String",   "Type",         "Function",
                                        "Keyword", "PrimitiveType", "Operator", "Preprocessor", "Comment"};
 
-// A colour of its own for each style name, so that a format read back from a
-// layout tells its style without doubt (the shipped schemes share colours).
+// A colour of its own per style name: the shipped schemes share colours.
 static QSyntaxStyle *probeScheme()
 {
     static QSyntaxStyle scheme;
@@ -44,8 +43,7 @@ static QStyleSyntaxHighlighter *makeHighlighter(const QString &language)
     return made.at(language)();
 }
 
-// Highlights a text line by line as Qt does and reads back the formats Qt
-// applied to the document's layouts.
+// Highlights a text as Qt does and reads back the formats it left in the layouts.
 struct HighlighterProbe
 {
     HighlighterProbe(const QString &language, const QString &text)
@@ -105,9 +103,7 @@ static QTestData &row(const char *language, const char *name)
     return QTest::addRow("%s: %s", language, name) << QString::fromLatin1(language);
 }
 
-// Rows: a text and what is expected of it: styles as "column=Style" on the
-// first line or "line:column=Style", "-" for no format, and "states=" the
-// block state of each line.
+// Rows: a text, styles expected as "[line:]column=Style" ("-" no format) and "states=" of the lines.
 void tst_Highlighters::formats_data()
 {
     QTest::addColumn<QString>("language");

@@ -69,9 +69,8 @@ private slots:
         QVERIFY(editor->document()->defaultTextOption().flags() & QTextOption::ShowTabsAndSpaces);
     }
 
-    // Rows: text and cursor before, keys, text and cursor after ("`" is one tab
-    // stop distance in blanks), settings other than the defaults, and the popup
-    // then: "" when hidden, else the prefix and the word of the current row.
+    // Rows: text before, keys, text after ("`" is one tab stop in blanks), settings other than the
+    // defaults, and the popup then: "" when hidden, else the prefix and the word of the current row.
     void keys_data()
     {
         QTest::addColumn<QString>("before");

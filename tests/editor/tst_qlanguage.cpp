@@ -13,14 +13,6 @@
 
 Q_DECLARE_METATYPE(Sections)
 
-namespace QTest {
-// So that a failed comparison of sections shows their words.
-template<> inline char *toString(const QStringList &words)
-{
-    return qstrdup(qPrintable(words.join(QLatin1Char(' '))));
-}
-} // namespace QTest
-
 // Names are asked for first, as asking for a section's words enters it.
 static Sections sectionsOf(QLanguage &language)
 {
