@@ -1,40 +1,19 @@
 #include "appresources.h"
+#include "qglslcompleter.h"
 #include "qlanguage.h"
+#include "qluacompleter.h"
+#include "qpythoncompleter.h"
 #include "testsupport.h"
 #include "wordlists.h"
 
 #include <QBuffer>
 #include <QFile>
+#include <QStringListModel>
 #include <QTest>
-
-class tst_QLanguage : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void resources_data();
-    void resources();
-    void documents_data();
-    void documents();
-    void nullDevice();
-
-private:
-    SettingsSandbox sandbox;
-};
 
 Q_DECLARE_METATYPE(Sections)
 
-namespace QTest {
-// So that a failed comparison of sections shows their words.
-template<> inline char *toString(const QStringList &words)
-{
-    return qstrdup(qPrintable(words.join(QLatin1Char(' '))));
-}
-} // namespace QTest
-
-// All sections with their words. Names are asked for first, as asking for a
-// section's words enters it.
+// Names are asked for first, as asking for a section's words enters it.
 static Sections sectionsOf(QLanguage &language)
 {
     Sections sections;
@@ -43,30 +22,53 @@ static Sections sectionsOf(QLanguage &language)
     return sections;
 }
 
-void tst_QLanguage::initTestCase()
+class tst_QLanguage : public QObject
 {
-    initResources();
-}
+    Q_OBJECT
 
-void tst_QLanguage::resources_data()
+private slots:
+    void initTestCase() { initResources(); }
+    void shippedLists_data();
+    void shippedLists();
+    void documents_data();
+    void documents();
+
+private:
+    SettingsSandbox sandbox;
+};
+
+void tst_QLanguage::shippedLists_data()
 {
     QTest::addColumn<QString>("language");
-
-    for (const char *language : {"python", "lua", "cpp", "glsl"})
-        QTest::newRow(language) << language;
+    QTest::addColumn<QCompleter *>("completer");
+    auto *owner = new QObject(this);
+    QTest::newRow("python") << "python" << static_cast<QCompleter *>(new QPythonCompleter(owner));
+    QTest::newRow("lua") << "lua" << static_cast<QCompleter *>(new QLuaCompleter(owner));
+    QTest::newRow("glsl") << "glsl" << static_cast<QCompleter *>(new QGLSLCompleter(owner));
+    QTest::newRow("cpp") << "cpp" << static_cast<QCompleter *>(nullptr);
 }
 
-void tst_QLanguage::resources()
+// Sections come back sorted by name; a completer offers all their words in that order, duplicates kept.
+void tst_QLanguage::shippedLists()
 {
     QFETCH(QString, language);
-
+    QFETCH(QCompleter *, completer);
     QFile file(QStringLiteral(":/languages/%1.xml").arg(language));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QLanguage reader(&file);
     QVERIFY(reader.isLoaded());
-
-    // Sections come back sorted by name, not in document order.
     QCOMPARE(sectionsOf(reader), shippedWordLists(language));
+    if (!completer)
+        return;
+    QStringList words;
+    for (const auto &section : shippedWordLists(language))
+        words << section.second;
+    auto *model = qobject_cast<QStringListModel *>(completer->model());
+    QVERIFY(model && model->parent() == completer);
+    QCOMPARE(model->stringList(), words);
+    QVERIFY(completer->completionColumn() == 0 && completer->wrapAround());
+    QCOMPARE(completer->modelSorting(), QCompleter::CaseInsensitivelySortedModel);
+    QCOMPARE(completer->caseSensitivity(), Qt::CaseSensitive);
 }
 
 void tst_QLanguage::documents_data()
@@ -74,33 +76,20 @@ void tst_QLanguage::documents_data()
     QTest::addColumn<QString>("document");
     QTest::addColumn<bool>("loaded");
     QTest::addColumn<Sections>("sections");
-
-    QTest::newRow("sorted sections") << "<root><section name='b'><name>x</name></section>"
-                                        "<section name='a'><name>y</name><name>z</name></section></root>"
-                                     << true << Sections{{"a", {"y", "z"}}, {"b", {"x"}}};
-    QTest::newRow("entities decoded") << "<root><section name='Op'><name>&gt;=</name><name>&lt;</name>"
-                                         "<name>a&amp;b</name></section></root>"
-                                      << true << Sections{{"Op", {">=", "<", "a&b"}}};
-    QTest::newRow("empty section left out") << "<root><section name='Empty'></section>"
-                                               "<section name='Full'><name>w</name></section></root>"
-                                            << true << Sections{{"Full", {"w"}}};
-    QTest::newRow("repeated section replaces")
-        << "<root><section name='S'><name>old</name></section><section name='S'><name>new</name></section></root>"
-        << true << Sections{{"S", {"new"}}};
-    QTest::newRow("words kept as written")
-        << "<root><section name='S'><name>b</name><name>a</name><name>b</name><name> pad </name></section></root>"
-        << true << Sections{{"S", {"b", "a", "b", " pad "}}};
-    QTest::newRow("root name not looked at") << "<anything><section name='S'><name>w</name></section></anything>"
-                                             << true << Sections{{"S", {"w"}}};
-    QTest::newRow("other elements ignored")
-        << "<root><section name='S'><word>skip</word><name>w</name></section></root>" << true
-        << Sections{{"S", {"w"}}};
-    QTest::newRow("broken halfway keeps finished sections")
-        << "<root><section name='A'><name>one</name></section><section name='B'><name>two</name><name"
-        << false << Sections{{"A", {"one"}}, {"B", {"two"}}};
-    QTest::newRow("mismatched tag") << "<root><section name='A'><name>one</name></section></rot>" << false
-                                    << Sections{{"A", {"one"}}};
-    QTest::newRow("empty document") << "" << false << Sections{};
+    const auto row = [](const char *name, const char *document, bool loaded, const Sections &sections) {
+        QTest::newRow(name) << QStringLiteral("<root>%1").arg(QLatin1String(document)) << loaded << sections;
+    };
+    row("sorted sections", "<section name='b'><name>x</name></section><section name='a'><name>y</name>"
+        "<name>z</name></section></root>", true, {{"a", {"y", "z"}}, {"b", {"x"}}});
+    row("empty section left out", "<section name='E'></section><section name='F'><name>w</name></section></root>",
+        true, {{"F", {"w"}}});
+    row("repeated section replaces", "<section name='S'><name>old</name></section><section name='S'><name>new"
+        "</name></section></root>", true, {{"S", {"new"}}});
+    row("words kept as written, other elements ignored", "<section name='S'><name>b</name><word>x</word><name>b"
+        "</name><name> pad </name></section></root>", true, {{"S", {"b", "b", " pad "}}});
+    row("broken halfway keeps finished sections", "<section name='A'><name>one</name></section><section name='B'>"
+        "<name>two</name><name", false, {{"A", {"one"}}, {"B", {"two"}}});
+    QTest::newRow("empty document") << QString() << false << Sections{};
 }
 
 void tst_QLanguage::documents()
@@ -108,35 +97,20 @@ void tst_QLanguage::documents()
     QFETCH(QString, document);
     QFETCH(bool, loaded);
     QFETCH(Sections, sections);
-
     QByteArray bytes = document.toUtf8();
     QBuffer buffer(&bytes);
     QVERIFY(buffer.open(QIODevice::ReadOnly));
     QLanguage language(&buffer);
     QCOMPARE(language.isLoaded(), loaded);
-
     QCOMPARE(sectionsOf(language), sections);
-
     // An unknown section comes back empty, and stays.
     QVERIFY(language.wordsOf(QStringLiteral("~unknown")).isEmpty());
     QCOMPARE(sectionsOf(language), sections << qMakePair(QStringLiteral("~unknown"), QStringList()));
-}
-
-void tst_QLanguage::nullDevice()
-{
-    QLanguage empty(nullptr);
-    QVERIFY(!empty.isLoaded());
-    QVERIFY(empty.sectionNames().isEmpty());
-
     // A null device leaves the flag and the table alone.
-    QByteArray bytes("<root><section name='K'><name>w</name></section></root>");
-    QBuffer buffer(&bytes);
-    QVERIFY(buffer.open(QIODevice::ReadOnly));
-    QLanguage language(&buffer);
     QVERIFY(!language.load(nullptr));
-    QVERIFY(language.isLoaded());
-    QCOMPARE(language.wordsOf(QStringLiteral("K")), QStringList{"w"});
+    QCOMPARE(language.isLoaded(), loaded);
+    QCOMPARE(sectionsOf(language), sections);
 }
 
-QTEST_GUILESS_MAIN(tst_QLanguage)
+QTEST_MAIN(tst_QLanguage)
 #include "tst_qlanguage.moc"
