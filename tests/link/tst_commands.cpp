@@ -20,14 +20,11 @@ private slots:
     void init() { sandbox.clear(); }
     void uname_data();
     void uname();
-    void boardHash_data();
-    void boardHash();
     void startFolder_data();
     void startFolder();
     void dfu();
     void writeFails_data();
     void writeFails();
-    void abortDuringCommand();
     void debugEcho_data() { familyRows(); }
     void debugEcho();
     void scripts_data() { familyRows(); }
@@ -65,28 +62,6 @@ void tst_Commands::uname()
     QVERIFY(connectBoard(w, board, 0));
     QVERIFY2(syslogMessages(w).contains(line), qPrintable(syslogText(w)));
     QVERIFY(windowAction(w, "actionUpload")->isEnabled()); // even when the description failed
-}
-
-void tst_Commands::boardHash_data()
-{
-    QTest::addColumn<QByteArray>("definition");
-    QTest::addColumn<QByteArray>("expected");
-    QTest::newRow("bytes literal") << QByteArray("_hash = lambda p: b'0123abcd'") << QByteArray("0123abcd");
-    QTest::newRow("empty bytes") << QByteArray("_hash = lambda p: b''") << QByteArray();
-    QTest::newRow("error text") << QByteArray("_hash = lambda p: b'err(2)'") << QByteArray("err(2)");
-    QTest::newRow("a string is no reply") << QByteArray("_hash = lambda p: 'abc'") << QByteArray();
-}
-
-void tst_Commands::boardHash()
-{
-    QFETCH(QByteArray, definition);
-    QFETCH(QByteArray, expected);
-    VirtualBoard board;
-    QVERIFY(board.start());
-    MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
-    QVERIFY(w.exchange(definition + "\r\n", 5000));
-    QCOMPARE(w.boardHash(QStringLiteral("/flash/x")), expected);
 }
 
 void tst_Commands::startFolder_data()
@@ -165,23 +140,6 @@ void tst_Commands::writeFails()
     QVERIFY(!MorvexWindowProbe::port(w).isOpen());
 }
 
-void tst_Commands::abortDuringCommand()
-{
-    VirtualBoard board;
-    QVERIFY(board.start());
-    MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
-    QTimer::singleShot(300, &w, [&] { windowAction(w, "actionAbort")->trigger(); });
-    QElapsedTimer clock;
-    clock.start();
-    // The abort's Ctrl-C interrupts the board; its prompt ends both waits at once.
-    QVERIFY(w.exchange("import time; time.sleep(20)\r\n", 15000));
-    QVERIFY(clock.elapsed() < 5000);
-    QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Stopped")); }, 10000));
-    QVERIFY(board.received().contains("time.sleep(20)\r\n\x03"));
-    QVERIFY(!syslogMessages(w).contains(QStringLiteral("Abort failed")));
-}
-
 void tst_Commands::familyRows()
 {
     QTest::addColumn<int>("family");
@@ -204,7 +162,7 @@ void tst_Commands::debugEcho()
     QVERIFY(!received.mid(start, 90 * 32).contains('>') && !received.mid(start, 90 * 32).contains('\0'));
 }
 
-// Loading and running local scripts, one after another on one board.
+// Hash replies, abort, loading and running local scripts, one after another on one board.
 void tst_Commands::scripts()
 {
     QFETCH(int, family);
@@ -217,6 +175,21 @@ void tst_Commands::scripts()
         return writeLocalFile(dir.filePath(name), text) ? dir.filePath(name) : QString();
     };
     const auto executed = [&](const QString &path) { return syslogMessages(w).contains(QStringLiteral("Script %1 executed").arg(path)); };
+
+    // The hash is the bytes of a bytes literal; anything else is no reply.
+    const QList<QPair<QByteArray, QByteArray>> hashes{{"b'0123abcd'", "0123abcd"}, {"b''", ""}, {"'abc'", ""}};
+    for (const auto &hash : hashes) {
+        QVERIFY(w.exchange("_hash = lambda p: " + hash.first + "\r\n", 5000));
+        QCOMPARE(w.boardHash(QStringLiteral("/x")), hash.second);
+    }
+
+    // An abort during a command: its Ctrl-C interrupts the board, its prompt ends both waits at once.
+    QTimer::singleShot(300, &w, [&] { windowAction(w, "actionAbort")->trigger(); });
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(w.exchange("import time; time.sleep(20)\r\n", 15000) && clock.elapsed() < 5000);
+    QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Stopped")); }, 10000));
+    QVERIFY(board.received().contains("time.sleep(20)\r\n\x03") && !syslogMessages(w).contains(QStringLiteral("Abort failed")));
 
     // A script that cannot be read sends nothing.
     const int sent = board.received().size();
