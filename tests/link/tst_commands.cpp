@@ -1,4 +1,4 @@
-// Board commands against the virtual board: description, hash, launch, reset, DFU, abort.
+// Board commands and device-side scripts against the virtual board.
 #include "morvexwindowprobe.h"
 #include "testsupport.h"
 #include "virtualboard.h"
@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QElapsedTimer>
 #include <QSettings>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
@@ -19,17 +20,18 @@ private slots:
     void init() { sandbox.clear(); }
     void uname_data();
     void uname();
-    void boardHash_data();
-    void boardHash();
     void startFolder_data();
     void startFolder();
     void dfu();
     void writeFails_data();
     void writeFails();
-    void abortDuringCommand();
-    void abortWithoutBoard();
+    void debugEcho_data() { familyRows(); }
+    void debugEcho();
+    void scripts_data() { familyRows(); }
+    void scripts();
 
 private:
+    static void familyRows();
     SettingsSandbox sandbox;
 };
 
@@ -37,20 +39,16 @@ void tst_Commands::uname_data()
 {
     QTest::addColumn<QString>("command");
     QTest::addColumn<QString>("line");
-
-    QTest::newRow("single quotes fill, mod unknown")
-        << "print(\"(sysname='s', nodename='n1', release='r1', version='v 1', machine='m x')\")"
-        << "Connected to micropython board n1 (mod unknown), release r1. Core m x version v 1";
-    QTest::newRow("later value of a key wins")
-        << "print(\"(nodename='a', nodename='b', mod='M')\")"
-        << "Connected to micropython board b (mod M), release na. Core na version na";
-    QTest::newRow("missing keys") << "print(\"(sysname='x')\")"
-                                  << "Connected to micropython board invalid (mod unknown), release na. Core na version na";
-    QTest::newRow("double quotes match nothing") << "print('(nodename=\"n\")')" << "System information request failed";
-    QTest::newRow("no tuple line") << "print(42)" << "System information request failed";
+    const QString failed = QStringLiteral("System information request failed");
+    QTest::newRow("single quotes fill, mod unknown") << "print(\"(sysname='s', nodename='n1', release='r1', version='v 1', machine='m x')\")"
+                                                     << "Connected to micropython board n1 (mod unknown), release r1. Core m x version v 1";
+    QTest::newRow("later value of a key wins") << "print(\"(nodename='a', nodename='b', mod='M')\")"
+                                               << "Connected to micropython board b (mod M), release na. Core na version na";
+    QTest::newRow("missing keys") << "print(\"(sysname='x')\")" << "Connected to micropython board invalid (mod unknown), release na. Core na version na";
+    QTest::newRow("double quotes match nothing") << "print('(nodename=\"n\")')" << failed;
+    QTest::newRow("no tuple line") << "print(42)" << failed;
     QTest::newRow("empty means the built-in command")
-        << "" << "Connected to micropython board pyboard (mod unknown), release 1.28.0. Core PYBv1.1 with STM32F405RG "
-                 "version v1.28.0 on 2026-11-21";
+        << "" << "Connected to micropython board pyboard (mod unknown), release 1.28.0. Core PYBv1.1 with STM32F405RG version v1.28.0 on 2026-11-21";
 }
 
 void tst_Commands::uname()
@@ -63,31 +61,7 @@ void tst_Commands::uname()
     MorvexWindow w;
     QVERIFY(connectBoard(w, board, 0));
     QVERIFY2(syslogMessages(w).contains(line), qPrintable(syslogText(w)));
-    // The board actions come on even when the description failed.
-    QVERIFY(windowAction(w, "actionUpload")->isEnabled());
-}
-
-void tst_Commands::boardHash_data()
-{
-    QTest::addColumn<QByteArray>("definition");
-    QTest::addColumn<QByteArray>("expected");
-
-    QTest::newRow("bytes literal") << QByteArray("_hash = lambda p: b'0123abcd'") << QByteArray("0123abcd");
-    QTest::newRow("empty bytes") << QByteArray("_hash = lambda p: b''") << QByteArray();
-    QTest::newRow("error text") << QByteArray("_hash = lambda p: b'err(2)'") << QByteArray("err(2)");
-    QTest::newRow("a string is no reply") << QByteArray("_hash = lambda p: 'abc'") << QByteArray();
-}
-
-void tst_Commands::boardHash()
-{
-    QFETCH(QByteArray, definition);
-    QFETCH(QByteArray, expected);
-    VirtualBoard board;
-    QVERIFY(board.start());
-    MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
-    QVERIFY(w.exchange(definition + "\r\n", 5000));
-    QCOMPARE(w.boardHash(QStringLiteral("/flash/x")), expected);
+    QVERIFY(windowAction(w, "actionUpload")->isEnabled()); // even when the description failed
 }
 
 void tst_Commands::startFolder_data()
@@ -95,7 +69,6 @@ void tst_Commands::startFolder_data()
     QTest::addColumn<int>("family");
     QTest::addColumn<QString>("stored");
     QTest::addColumn<QString>("listed");
-
     QTest::newRow("stm32 stored folder") << 0 << "/flash/lib" << "/flash/lib/";
     QTest::newRow("stm32 stored folder gone") << 0 << "/flash/nothere" << "/flash/";
     QTest::newRow("esp32 stored folder") << 1 << "/lib" << "/lib/";
@@ -125,8 +98,7 @@ void tst_Commands::dfu()
     QVERIFY(connectBoard(w, board, 0));
     windowAction(w, "actionDFU")->trigger();
     QVERIFY(waitFor([&] { return board.received().contains("import machine; machine.dfu()\r\n"); }, 5000));
-    QVERIFY(!MorvexWindowProbe::port(w).isOpen());
-    QVERIFY(syslogMessages(w).contains(QStringLiteral("Connection closed")));
+    QVERIFY(!MorvexWindowProbe::port(w).isOpen() && syslogMessages(w).contains(QStringLiteral("Connection closed")));
     QVERIFY(!syslogMessages(w).contains(QStringLiteral("Reconnecting.... Please wait.")));
     QVERIFY(!MorvexWindowProbe::reconnectTimer(w).isActive());
 }
@@ -136,16 +108,12 @@ void tst_Commands::writeFails_data()
     QTest::addColumn<QString>("way");
     QTest::addColumn<MorvexWindow::MC_STATE>("state");
     QTest::addColumn<QStringList>("messages"); // in this order
-
-    const QString script = QStringLiteral(":/data/debug.py");
-    QTest::newRow("launch") << "actionLaunch" << MorvexWindow::MC_REPL
-                            << QStringList{"Launch failed", "Launching..."};
+    const QStringList script{QStringLiteral("Cannot upload script :/data/debug.py")};
+    QTest::newRow("launch") << "actionLaunch" << MorvexWindow::MC_REPL << QStringList{"Launch failed", "Launching..."};
     QTest::newRow("reset") << "actionReset" << MorvexWindow::MC_REPL << QStringList{"Restart failed", "Resetting..."};
     QTest::newRow("dfu") << "actionDFU" << MorvexWindow::MC_REPL << QStringList{"DFU failed or not supported"};
-    QTest::newRow("load a script") << "load" << MorvexWindow::MC_RAW
-                                   << QStringList{QStringLiteral("Cannot upload script %1").arg(script)};
-    QTest::newRow("run a script") << "run" << MorvexWindow::MC_RAW
-                                  << QStringList{QStringLiteral("Cannot upload script %1").arg(script)};
+    QTest::newRow("load a script") << "load" << MorvexWindow::MC_RAW << script;
+    QTest::newRow("run a script") << "run" << MorvexWindow::MC_RAW << script;
 }
 
 void tst_Commands::writeFails()
@@ -159,8 +127,7 @@ void tst_Commands::writeFails()
     QVERIFY(monitorBoard(w, board, 0));
     // The mode the operation needs already stands, so its first write is the one that fails.
     MorvexWindowProbe::mcState(w) = state;
-    // The board ends without the window serving an event: the port still looks open.
-    board.stop();
+    board.stop(); // with no event served, the port still looks open
     QVERIFY(MorvexWindowProbe::port(w).isOpen());
     if (way == QLatin1String("load"))
         QVERIFY(!w.loadScript(QStringLiteral(":/data/debug.py")));
@@ -169,39 +136,91 @@ void tst_Commands::writeFails()
     else
         windowAction(w, way.toLatin1().constData())->trigger();
     const QStringList log = syslogMessages(w);
-    QVERIFY2(inOrder(log, messages), qPrintable(log.join(QLatin1Char('\n'))));
-    // The failed write is what took the link down.
-    QVERIFY(inOrder(log, {QStringLiteral("Connection closed"), messages.constFirst()}));
+    QVERIFY2(inOrder(log, QStringList{QStringLiteral("Connection closed")} + messages), qPrintable(log.join('\n')));
     QVERIFY(!MorvexWindowProbe::port(w).isOpen());
 }
 
-void tst_Commands::abortDuringCommand()
+void tst_Commands::familyRows()
 {
+    QTest::addColumn<int>("family");
+    QTest::newRow("stm32") << 0;
+    QTest::newRow("esp32") << 1;
+}
+
+void tst_Commands::debugEcho()
+{
+    QFETCH(int, family);
     VirtualBoard board;
-    QVERIFY(board.start());
+    QVERIFY(board.start({QStringLiteral("--family"), family ? QStringLiteral("esp32") : QStringLiteral("stm32")}));
     MorvexWindow w;
-    QVERIFY(connectBoard(w, board, 0));
+    QVERIFY(connectBoard(w, board, family));
+    QVERIFY2(w.debugEcho(), qPrintable(syslogText(w)));
+    // No pattern carries the record terminator or a zero byte.
+    const QByteArray received = board.received();
+    const int start = received.indexOf("_debug()\x04") + 9;
+    QVERIFY(start > 9);
+    QVERIFY(!received.mid(start, 90 * 32).contains('>') && !received.mid(start, 90 * 32).contains('\0'));
+}
+
+// Hash replies, abort, loading and running local scripts, one after another on one board.
+void tst_Commands::scripts()
+{
+    QFETCH(int, family);
+    VirtualBoard board;
+    QVERIFY(board.start({QStringLiteral("--family"), family ? QStringLiteral("esp32") : QStringLiteral("stm32")}));
+    MorvexWindow w;
+    QVERIFY(connectBoard(w, board, family));
+    QTemporaryDir dir;
+    const auto script = [&](const QString &name, const QByteArray &text) {
+        return writeLocalFile(dir.filePath(name), text) ? dir.filePath(name) : QString();
+    };
+    const auto executed = [&](const QString &path) { return syslogMessages(w).contains(QStringLiteral("Script %1 executed").arg(path)); };
+
+    // The hash is the bytes of a bytes literal; anything else is no reply.
+    const QList<QPair<QByteArray, QByteArray>> hashes{{"b'0123abcd'", "0123abcd"}, {"b''", ""}, {"'abc'", ""}};
+    for (const auto &hash : hashes) {
+        QVERIFY(w.exchange("_hash = lambda p: " + hash.first + "\r\n", 5000));
+        QCOMPARE(w.boardHash(QStringLiteral("/x")), hash.second);
+    }
+
+    // An abort during a command: its Ctrl-C interrupts the board, its prompt ends both waits at once.
     QTimer::singleShot(300, &w, [&] { windowAction(w, "actionAbort")->trigger(); });
     QElapsedTimer clock;
     clock.start();
-    // The abort's Ctrl-C interrupts the board; its prompt ends both waits at once.
-    QVERIFY(w.exchange("import time; time.sleep(20)\r\n", 15000));
-    QVERIFY(clock.elapsed() < 5000);
+    QVERIFY(w.exchange("import time; time.sleep(20)\r\n", 15000) && clock.elapsed() < 5000);
     QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Stopped")); }, 10000));
-    QVERIFY(board.received().contains("time.sleep(20)\r\n\x03"));
-    QVERIFY(!syslogMessages(w).contains(QStringLiteral("Abort failed")));
-}
+    QVERIFY(board.received().contains("time.sleep(20)\r\n\x03") && !syslogMessages(w).contains(QStringLiteral("Abort failed")));
 
-void tst_Commands::abortWithoutBoard()
-{
-    // A board that never answers: the abort reports its failure.
-    VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--mute-after"), QStringLiteral("0")}));
-    MorvexWindow w;
-    QVERIFY(monitorBoard(w, board, 0));
-    MorvexWindowProbe::mcState(w) = MorvexWindow::MC_REPL;
-    windowAction(w, "actionAbort")->trigger();
-    QVERIFY(syslogMessages(w).contains(QStringLiteral("Abort failed")));
+    // A script that cannot be read sends nothing.
+    const int sent = board.received().size();
+    QVERIFY(!w.loadScript(QStringLiteral(":/data/nothing.py")));
+    QVERIFY(syslogMessages(w).constLast().startsWith(QStringLiteral("Cannot open :/data/nothing.py: ")));
+    QCOMPARE(board.received().size(), sent);
+    QCOMPARE(w.state(), MorvexWindow::MC_REPL);
+
+    // Loading checks acceptance only: a syntax error still gives "OK". Already raw: no second Ctrl-A.
+    const QString broken = script(QStringLiteral("broken.py"), "def f(:\n    pass\n");
+    QVERIFY(w.loadScript(broken) && w.loadScript(broken));
+    QCOMPARE(w.state(), MorvexWindow::MC_RAW);
+    QCOMPARE(board.received().mid(sent).count('\x01'), 1);
+    QCOMPARE(board.received().mid(sent).count("def f(:"), 2);
+
+    const QString empty = script(QStringLiteral("empty.py"), QByteArray());
+    QVERIFY(w.runScript(empty) && executed(empty));
+    QCOMPARE(w.state(), MorvexWindow::MC_RAW);
+    QVERIFY(MorvexWindowProbe::rxBuffer(w).isEmpty());
+
+    // An abort during a run waits for a prompt that a raw REPL never gives.
+    QTimer::singleShot(500, &w, [&] { windowAction(w, "actionAbort")->trigger(); });
+    const QString loop = script(QStringLiteral("loop.py"), "print('start')\nwhile True:\n    pass\n");
+    QVERIFY(w.runScript(loop) && executed(loop));
+    QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Abort failed")); }, 5000));
+
+    // A line ending in '>' ends the run.
+    const QString ends = script(QStringLiteral("ends.py"), "import time\nprint('end>')\ntime.sleep(0.5)\nprint('after')\n");
+    QVERIFY(w.runScript(ends));
+    QVERIFY(inOrder(syslogMessages(w), {QStringLiteral(">>end>"), QStringLiteral("Script %1 executed").arg(ends)}));
+    QVERIFY(!syslogMessages(w).contains(QStringLiteral(">>after")));
 }
 
 QTEST_MAIN(tst_Commands)
