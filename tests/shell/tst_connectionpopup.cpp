@@ -1,3 +1,4 @@
+// The connection popup: what it shows of the store, how it closes, how it sets a port up.
 #include "connectionpopup.h"
 #include "testsupport.h"
 
@@ -24,9 +25,8 @@ private slots:
     void configure();
 
 private:
-    enum Closing { Apply, Escape, ClickOutside };
-    static QComboBox *combo(QObject &popup, const char *name) { return popup.findChild<QComboBox *>(QLatin1String(name)); }
-    static QToolButton *applyButton(QObject &popup) { return popup.findChild<QToolButton *>(QStringLiteral("applyButton")); }
+    static QComboBox *combo(QObject &popup, const char *name) { return popup.findChild<QComboBox *>(name); }
+    static QToolButton *applyButton(QObject &popup) { return popup.findChild<QToolButton *>("applyButton"); }
     QString fakePort(int index) const { return portsDir.filePath(QStringLiteral("tty%1").arg(index)); }
 
     SettingsSandbox sandbox;
@@ -40,7 +40,7 @@ void TestConnectionPopup::initTestCase()
     for (const QSerialPortInfo &info : QSerialPortInfo::availablePorts())
         systemPorts << info.portName();
     // The third path does not exist and must not be offered.
-    qputenv("MORVEX_EXTRA_PORTS", QStringList({fakePort(0), fakePort(1), fakePort(2)}).join(QLatin1Char(':')).toLocal8Bit());
+    qputenv("MORVEX_EXTRA_PORTS", QStringList({fakePort(0), fakePort(1), fakePort(2)}).join(':').toLocal8Bit());
 }
 
 void TestConnectionPopup::load_data()
@@ -50,7 +50,6 @@ void TestConnectionPopup::load_data()
     QTest::addColumn<int>("mc");
     QTest::addColumn<QString>("baud");
     QTest::addColumn<int>("port"); // index into the fake ports, -1: the first port listed
-
     QTest::newRow("empty store") << "" << QVariant() << 0 << "115200" << -1;
     QTest::newRow("ESP32") << "UI/MC" << QVariant(1) << 1 << "115200" << -1;
     QTest::newRow("MC out of range, one past the end") << "UI/MC" << QVariant(2) << 0 << "115200" << -1;
@@ -67,20 +66,17 @@ void TestConnectionPopup::load()
     QFETCH(int, mc);
     QFETCH(QString, baud);
     QFETCH(int, port);
-
     if (!key.isEmpty())
         QSettings().setValue(key, stored);
     ConnectionPopup popup;
     popup.load();
-
     QComboBox *ports = combo(popup, "portsCombo");
     QCOMPARE(ports->count(), systemPorts.size() + 2);
     QCOMPARE(ports->itemText(ports->count() - 1), fakePort(1));
     QCOMPARE(popup.boardType(), mc);
     QCOMPARE(combo(popup, "baudCombo")->currentText(), baud);
     QCOMPARE(popup.portName(), port < 0 ? ports->itemText(0) : fakePort(port));
-    QVERIFY(applyButton(popup)->isEnabled());
-    QVERIFY(showsIcon(applyButton(popup)->icon(), QStringLiteral("done")));
+    QVERIFY(applyButton(popup)->isEnabled() && showsIcon(applyButton(popup)->icon(), "done"));
 }
 
 void TestConnectionPopup::noPortsDisablesApply()
@@ -89,56 +85,53 @@ void TestConnectionPopup::noPortsDisablesApply()
         QSKIP("this machine has serial ports of its own");
     const QByteArray extra = qgetenv("MORVEX_EXTRA_PORTS");
     qputenv("MORVEX_EXTRA_PORTS", fakePort(2).toLocal8Bit());
-    QSettings().setValue(QStringLiteral("UI/Port"), fakePort(0));
+    QSettings().setValue("UI/Port", fakePort(0));
     ConnectionPopup popup;
     popup.load();
     qputenv("MORVEX_EXTRA_PORTS", extra);
-
     QVERIFY(!applyButton(popup)->isEnabled());
     // With nothing listed the remembered port survives a save.
     popup.save();
-    QCOMPARE(QSettings().value(QStringLiteral("UI/Port")).toString(), fakePort(0));
+    QCOMPARE(QSettings().value("UI/Port").toString(), fakePort(0));
 }
 
 void TestConnectionPopup::closing_data()
 {
     QTest::addColumn<int>("how");
-    QTest::newRow("apply") << int(Apply);
-    QTest::newRow("escape") << int(Escape);
-    QTest::newRow("click outside") << int(ClickOutside);
+    QTest::newRow("apply") << 0;
+    QTest::newRow("escape") << 1;
+    QTest::newRow("click outside") << 2;
 }
 
 void TestConnectionPopup::closing()
 {
     QFETCH(int, how);
-
-    QSettings().setValue(QStringLiteral("UI/Port"), fakePort(0));
+    QSettings().setValue("UI/Port", fakePort(0));
     ConnectionPopup popup;
     QSignalSpy done(&popup, &ConnectionPopup::done);
     popup.load();
     popup.show();
     QVERIFY(QTest::qWaitForWindowExposed(&popup));
     combo(popup, "mcCombo")->setCurrentIndex(1);
-    combo(popup, "baudCombo")->setCurrentText(QStringLiteral("57600"));
+    combo(popup, "baudCombo")->setCurrentText("57600");
     combo(popup, "portsCombo")->setCurrentText(fakePort(1));
-    if (how == Apply)
+    if (how == 0)
         QTest::mouseClick(applyButton(popup), Qt::LeftButton);
-    else if (how == Escape)
+    else if (how == 1)
         QTest::keyClick(combo(popup, "mcCombo"), Qt::Key_Escape);
     else
         QTest::mouseClick(&popup, Qt::LeftButton, Qt::NoModifier, QPoint(-20, -20));
-
     QCOMPARE(done.count(), 1);
     QVERIFY(!popup.isVisible());
-    const bool accepted = how == Apply;
+    const bool accepted = how == 0;
     QCOMPARE(popup.accepted(), accepted);
     // The window saves an accepted choice; a dismissed one must leave the store as it was.
     if (accepted)
         popup.save();
     QSettings settings;
-    QCOMPARE(settings.value(QStringLiteral("UI/MC"), 0).toInt(), accepted ? 1 : 0);
-    QCOMPARE(settings.value(QStringLiteral("UI/Baud")).toString(), accepted ? QStringLiteral("57600") : QString());
-    QCOMPARE(settings.value(QStringLiteral("UI/Port")).toString(), fakePort(accepted ? 1 : 0));
+    QCOMPARE(settings.value("UI/MC", 0).toInt(), accepted ? 1 : 0);
+    QCOMPARE(settings.value("UI/Baud").toString(), accepted ? QStringLiteral("57600") : QString());
+    QCOMPARE(settings.value("UI/Port").toString(), fakePort(accepted ? 1 : 0));
 }
 
 void TestConnectionPopup::configure()
@@ -146,24 +139,20 @@ void TestConnectionPopup::configure()
     ConnectionPopup popup;
     popup.load();
     combo(popup, "portsCombo")->setCurrentText(fakePort(1));
-    combo(popup, "baudCombo")->setCurrentText(QStringLiteral("460800"));
-
+    combo(popup, "baudCombo")->setCurrentText("460800");
     // Start from the opposite of every setting, so each one is seen to be set.
     QSerialPort port;
     port.setParity(QSerialPort::EvenParity);
     port.setStopBits(QSerialPort::TwoStop);
     port.setDataBits(QSerialPort::Data7);
     port.setFlowControl(QSerialPort::HardwareControl);
-    QString serial = QStringLiteral("stale");
+    QString serial = "stale";
     popup.configure(port, serial);
-
     QCOMPARE(port.portName(), fakePort(1));
     QCOMPARE(serial, QString()); // extra ports have no serial number
     QCOMPARE(port.baudRate(), 460800); // -1 if the directions differ
-    QCOMPARE(port.parity(), QSerialPort::NoParity);
-    QCOMPARE(port.stopBits(), QSerialPort::OneStop);
-    QCOMPARE(port.dataBits(), QSerialPort::Data8);
-    QCOMPARE(port.flowControl(), QSerialPort::NoFlowControl);
+    QVERIFY(port.parity() == QSerialPort::NoParity && port.stopBits() == QSerialPort::OneStop);
+    QVERIFY(port.dataBits() == QSerialPort::Data8 && port.flowControl() == QSerialPort::NoFlowControl);
 }
 
 QTEST_MAIN(TestConnectionPopup)
