@@ -3,15 +3,9 @@
 #include "morvexwindow.h"
 #include "testsupport.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QMessageBox>
-#include <QNetworkProxy>
-#include <QSettings>
-#include <QSignalSpy>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTest>
+#include <QtNetwork>
+#include <QtTest>
+#include <QtWidgets>
 
 namespace {
 
@@ -57,7 +51,7 @@ QByteArray item(const QByteArray &version, const QByteArray &notes = QByteArray(
         + "\" length=\"100\" type=\"application/octet-stream\"/></item>\n";
 }
 
-QString newer(const QString &version, const QString &notes)
+QString newer(const QString &version, const QString &notes = QString())
 {
     return QStringLiteral("<p>Morvex %1 is available; you are running 0.2.0.</p>").arg(version)
         + (notes.isEmpty() ? QString() : QStringLiteral("<p><a href=\"%1\">Release notes</a></p>").arg(notes));
@@ -72,190 +66,168 @@ const QString unreadable = QStringLiteral("<p>The update feed %1 could not be re
 class tst_Updates : public QObject
 {
     Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void init() { sandbox.clear(); }
-    void manualCheck_data();
-    void manualCheck();
-    void automaticCheck_data();
-    void automaticCheck();
-    void interval_data();
-    void interval();
-    void menuEntries();
-
-private:
     SettingsSandbox sandbox;
     QWidget owner;
-};
 
-void tst_Updates::initTestCase()
-{
-    QCoreApplication::setApplicationVersion("0.2.0");
-    // Loopback feeds must not be sent to a proxy of the environment.
-    QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
-}
-
-void tst_Updates::manualCheck_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<int>("status"); // 0: no server listens
-    QTest::addColumn<int>("outcome");
-    QTest::addColumn<QString>("text"); // the box's text (%1: the feed), or its start for unreadable feeds
-
-    const int newerVersion = FeedUpdater::NewerVersion;
-    QTest::newRow("newer") << appcast(item("0.3.0", "https://h.w/3")) << 200 << newerVersion << newer("0.3.0", "https://h.w/3");
-    QTest::newRow("newer by version order") << appcast(item("0.10.0")) << 200 << newerVersion << newer("0.10.0", "");
-    QTest::newRow("newest item is not the first") << appcast(item("0.1.0", "a") + item("0.4.1", "https://h.w/b") + item("0.3.0"))
-                                                  << 200 << newerVersion << newer("0.4.1", "https://h.w/b");
-    QTest::newRow("version as an element, relative notes")
-        << appcast("<item><sparkle:version>0.2.1</sparkle:version><sparkle:releaseNotesLink>notes/0.2.1.html"
-                   "</sparkle:releaseNotesLink></item>")
-        << 200 << newerVersion << newer("0.2.1", "%2");
-    QTest::newRow("same version") << appcast(item("0.2.0")) << 200 << int(FeedUpdater::UpToDate) << upToDate;
-    QTest::newRow("same, written shorter") << appcast(item("0.2")) << 200 << int(FeedUpdater::UpToDate) << upToDate;
-    QTest::newRow("older version") << appcast(item("0.1.9")) << 200 << int(FeedUpdater::UpToDate) << upToDate;
-    QTest::newRow("malformed XML") << QByteArray("<rss><channel><item>") << 200 << int(FeedUpdater::FeedInvalid) << invalid;
-    QTest::newRow("items without a version") << appcast("<item><title>x</title></item>") << 200
-                                             << int(FeedUpdater::FeedInvalid) << invalid;
-    QTest::newRow("HTTP 404") << appcast(item("0.3.0")) << 404 << int(FeedUpdater::FeedUnreadable) << unreadable;
-    QTest::newRow("server not there") << QByteArray() << 0 << int(FeedUpdater::FeedUnreadable) << unreadable;
-}
-
-void tst_Updates::manualCheck()
-{
-    QFETCH(QByteArray, body);
-    QFETCH(int, status);
-    QFETCH(int, outcome);
-    QFETCH(QString, text);
-    FeedServer server(body, status);
-    const QString url = server.url();
-    if (status == 0)
-        server.close();
-    QSettings().setValue("Updates/Auto", false);
-    FeedUpdater updater(url, &owner);
-    QSignalSpy finished(&updater, &FeedUpdater::checkFinished);
-    QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
-    updater.checkForUpdates();
-    QVERIFY(updater.isChecking());
-    QVERIFY(finished.wait(10000));
-    QCOMPARE(finished.at(0).at(0).toInt(), outcome);
-    QVERIFY(waitFor([&] { return boxes->answered() == 1; }, 5000));
-    QCOMPARE(server.connections, status == 0 ? 0 : 1);
-    text = text.contains("%2") ? text.arg(QUrl(url).resolved(QUrl("notes/0.2.1.html")).toString()) : text.arg(url);
-    QVERIFY2(outcome == FeedUpdater::FeedUnreadable ? boxes->texts().value(0).startsWith(text) : boxes->texts().value(0) == text,
-             qPrintable(boxes->texts().value(0)));
-}
-
-void tst_Updates::automaticCheck_data()
-{
-    QTest::addColumn<bool>("automatic");
-    QTest::addColumn<int>("lastCheckDaysAgo"); // -1: never checked
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<bool>("connects");
-
-    const QByteArray same = appcast(item("0.2.0"));
-    const QByteArray next = appcast(item("0.3.0", "https://h.w/n"));
-    QTest::newRow("not yet due: no connection") << true << 6 << 200 << next << false;
-    QTest::newRow("first start only sets the clock") << true << -1 << 200 << next << false;
-    QTest::newRow("automatic checks off") << false << 30 << 200 << next << false;
-    QTest::newRow("due, nothing new: silent") << true << 8 << 200 << same << true;
-    QTest::newRow("due, unreadable: silent") << true << 8 << 404 << same << true;
-    QTest::newRow("due, newer: dialog") << true << 8 << 200 << next << true;
-}
-
-void tst_Updates::automaticCheck()
-{
-    QFETCH(bool, automatic);
-    QFETCH(int, lastCheckDaysAgo);
-    QFETCH(int, status);
-    QFETCH(QByteArray, body);
-    QFETCH(bool, connects);
-    FeedServer server(body, status);
-    QSettings().setValue("Updates/Auto", automatic);
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    if (lastCheckDaysAgo >= 0)
-        QSettings().setValue(FeedUpdater::lastCheckKey, now.addDays(-lastCheckDaysAgo));
-    QSignalSpy connected(&server, &QTcpServer::newConnection);
-    QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
-    FeedUpdater updater(server.url(), &owner);
-    QSignalSpy finished(&updater, &FeedUpdater::checkFinished);
-    const auto booked = [&] { return QSettings().value(FeedUpdater::lastCheckKey).toDateTime() >= now.addSecs(-1); };
-
-    if (!connects) {
-        QVERIFY(automatic ? updater.nextAutomaticCheck() >= now.addDays(1) : !updater.nextAutomaticCheck().isValid());
-        QVERIFY(lastCheckDaysAgo >= 0 || booked());
-        // A due check would have connected by now.
-        QVERIFY(!connected.wait(FeedUpdater::startDelayMs + 1000));
-        QVERIFY(finished.isEmpty());
-        return;
+private slots:
+    void init() { sandbox.clear(); }
+    void initTestCase()
+    {
+        QCoreApplication::setApplicationVersion("0.2.0");
+        // Loopback feeds must not be sent to a proxy of the environment.
+        QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
     }
-    QVERIFY(finished.wait(FeedUpdater::startDelayMs + 10000));
-    QCOMPARE(server.connections, 1);
-    if (!body.contains("0.3.0") || status != 200) {
-        // A box shown is either still there or already answered.
-        for (QWidget *widget : QApplication::topLevelWidgets())
-            QVERIFY(!(qobject_cast<QMessageBox *>(widget) && widget->isVisible()));
-        QCOMPARE(boxes->answered(), 0);
-    } else {
+
+    void manualCheck_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("status"); // 0: no server listens
+        QTest::addColumn<int>("outcome");
+        QTest::addColumn<QString>("text"); // the box's text (%1: the feed), or its start for unreadable feeds
+        const int newerVersion = FeedUpdater::NewerVersion;
+        QTest::newRow("newer") << appcast(item("0.3.0", "https://h.w/3")) << 200 << newerVersion << newer("0.3.0", "https://h.w/3");
+        QTest::newRow("newer by version order") << appcast(item("0.10.0")) << 200 << newerVersion << newer("0.10.0");
+        QTest::newRow("newest item is not the first") << appcast(item("0.1.0", "a") + item("0.4.1", "https://h.w/b") + item("0.3.0"))
+                                                      << 200 << newerVersion << newer("0.4.1", "https://h.w/b");
+        QTest::newRow("version as an element, relative notes")
+            << appcast("<item><sparkle:version>0.2.1</sparkle:version><sparkle:releaseNotesLink>notes/0.2.1.html"
+                       "</sparkle:releaseNotesLink></item>")
+            << 200 << newerVersion << newer("0.2.1", "%2");
+        QTest::newRow("same version") << appcast(item("0.2.0")) << 200 << int(FeedUpdater::UpToDate) << upToDate;
+        QTest::newRow("same, written shorter") << appcast(item("0.2")) << 200 << int(FeedUpdater::UpToDate) << upToDate;
+        QTest::newRow("older version") << appcast(item("0.1.9")) << 200 << int(FeedUpdater::UpToDate) << upToDate;
+        QTest::newRow("malformed XML") << QByteArray("<rss><channel><item>") << 200 << int(FeedUpdater::FeedInvalid) << invalid;
+        QTest::newRow("items without a version") << appcast("<item><title>x</title></item>") << 200 << int(FeedUpdater::FeedInvalid) << invalid;
+        QTest::newRow("HTTP 404") << appcast(item("0.3.0")) << 404 << int(FeedUpdater::FeedUnreadable) << unreadable;
+        QTest::newRow("server not there") << QByteArray() << 0 << int(FeedUpdater::FeedUnreadable) << unreadable;
+    }
+
+    void manualCheck()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(int, status);
+        QFETCH(int, outcome);
+        QFETCH(QString, text);
+        FeedServer server(body, status);
+        const QString url = server.url();
+        if (status == 0)
+            server.close();
+        QSettings().setValue("Updates/Auto", false);
+        FeedUpdater updater(url, &owner);
+        QSignalSpy finished(&updater, &FeedUpdater::checkFinished);
+        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
+        updater.checkForUpdates();
+        QVERIFY(updater.isChecking());
+        QVERIFY(finished.wait(10000));
+        QCOMPARE(finished.at(0).at(0).toInt(), outcome);
         QVERIFY(waitFor([&] { return boxes->answered() == 1; }, 5000));
-        QCOMPARE(boxes->texts(), QStringList{newer("0.3.0", "https://h.w/n")});
+        QCOMPARE(server.connections, status == 0 ? 0 : 1);
+        text = text.contains("%2") ? text.arg(QUrl(url).resolved(QUrl("notes/0.2.1.html")).toString()) : text.arg(url);
+        const QString shown = boxes->texts().value(0);
+        QVERIFY2(outcome == FeedUpdater::FeedUnreadable ? shown.startsWith(text) : shown == text, qPrintable(shown));
     }
-    // The check is booked, and the next one is a whole interval away.
-    QVERIFY(booked());
-    QVERIFY(updater.nextAutomaticCheck() >= now.addDays(7).addSecs(-1));
-}
 
-void tst_Updates::interval_data()
-{
-    QTest::addColumn<QVariant>("days"); // invalid: key absent
-    QTest::addColumn<quint64>("seconds");
-    QTest::newRow("0 gives one day") << QVariant(0) << quint64(86400);
-    QTest::newRow("1 gives one day") << QVariant(1) << quint64(86400);
-    QTest::newRow("7 gives seven") << QVariant(7) << quint64(604800);
-    QTest::newRow("absent gives seven") << QVariant() << quint64(604800);
-    QTest::newRow("not a number gives one day") << QVariant("weekly") << quint64(86400);
-}
+    void automaticCheck_data()
+    {
+        QTest::addColumn<bool>("automatic");
+        QTest::addColumn<int>("lastCheckDaysAgo"); // -1: never checked
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("version");   // in the feed; "0.3.0" is newer
+        QTest::addColumn<bool>("connects");
+        QTest::newRow("not yet due: no connection") << true << 6 << 200 << QByteArray("0.3.0") << false;
+        QTest::newRow("first start only sets the clock") << true << -1 << 200 << QByteArray("0.3.0") << false;
+        QTest::newRow("automatic checks off") << false << 30 << 200 << QByteArray("0.3.0") << false;
+        QTest::newRow("due, nothing new: silent") << true << 8 << 200 << QByteArray("0.2.0") << true;
+        QTest::newRow("due, unreadable: silent") << true << 8 << 404 << QByteArray("0.3.0") << true;
+        QTest::newRow("due, newer: dialog") << true << 8 << 200 << QByteArray("0.3.0") << true;
+    }
 
-void tst_Updates::interval()
-{
-    QFETCH(QVariant, days);
-    QFETCH(quint64, seconds);
-    if (days.isValid())
-        QSettings().setValue("Updates/Interval", days);
-    QCOMPARE(MVUpdater::checkIntervalSeconds(), seconds);
-    const QDateTime last = QDateTime::currentDateTimeUtc().addSecs(-60);
-    QSettings().setValue(FeedUpdater::lastCheckKey, last);
-    FeedUpdater updater("http://127.0.0.1:9/appcast.xml", &owner);
-    QCOMPARE(quint64(last.secsTo(updater.nextAutomaticCheck())), seconds);
-}
+    void automaticCheck()
+    {
+        QFETCH(bool, automatic);
+        QFETCH(int, lastCheckDaysAgo);
+        QFETCH(int, status);
+        QFETCH(QByteArray, version);
+        QFETCH(bool, connects);
+        FeedServer server(appcast(item(version, "https://h.w/n")), status);
+        QSettings().setValue("Updates/Auto", automatic);
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        if (lastCheckDaysAgo >= 0)
+            QSettings().setValue(FeedUpdater::lastCheckKey, now.addDays(-lastCheckDaysAgo));
+        QSignalSpy connected(&server, &QTcpServer::newConnection);
+        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
+        FeedUpdater updater(server.url(), &owner);
+        QSignalSpy finished(&updater, &FeedUpdater::checkFinished);
+        const auto booked = [&] { return QSettings().value(FeedUpdater::lastCheckKey).toDateTime() >= now.addSecs(-1); };
+        if (!connects) {
+            QVERIFY(automatic ? updater.nextAutomaticCheck() >= now.addDays(1) : !updater.nextAutomaticCheck().isValid());
+            QVERIFY(lastCheckDaysAgo >= 0 || booked());
+            // A due check would have connected by now.
+            QVERIFY(!connected.wait(FeedUpdater::startDelayMs + 1000));
+            QVERIFY(finished.isEmpty());
+            return;
+        }
+        QVERIFY(finished.wait(FeedUpdater::startDelayMs + 10000));
+        QCOMPARE(server.connections, 1);
+        if (version == "0.3.0" && status == 200) {
+            QVERIFY(waitFor([&] { return boxes->answered() == 1; }, 5000));
+            QCOMPARE(boxes->texts(), QStringList{newer("0.3.0", "https://h.w/n")});
+        } else {
+            // A box shown is either still there or already answered.
+            for (QWidget *widget : QApplication::topLevelWidgets())
+                QVERIFY(!(qobject_cast<QMessageBox *>(widget) && widget->isVisible()));
+            QCOMPARE(boxes->answered(), 0);
+        }
+        // The check is booked, and the next one is a whole interval away.
+        QVERIFY(booked() && updater.nextAutomaticCheck() >= now.addDays(7).addSecs(-1));
+    }
 
-// With automatic checks off the menu entry still checks; About and About Qt show their boxes.
-void tst_Updates::menuEntries()
-{
-    FeedServer server(appcast(item("0.2.0")), 200);
-    QSettings().setValue("Updates/Auto", false);
-    QSettings().setValue("Updates/URL", server.url());
-    MorvexWindow window;
-    auto *updater = window.findChild<FeedUpdater *>();
-    QVERIFY(updater && !updater->nextAutomaticCheck().isValid());
-    QSignalSpy finished(updater, &FeedUpdater::checkFinished);
-    QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
-    QAction *check = windowAction(window, "actionCheck_for_updates");
-    check->trigger();
-    check->trigger(); // joins the check under way
-    QVERIFY(finished.wait(10000));
-    QVERIFY(waitFor([&] { return boxes->answered() == 1; }, 5000));
-    QCOMPARE(boxes->texts(), QStringList{upToDate});
-    QCOMPARE(server.connections, 1);
-    QCOMPARE(finished.size(), 1);
+    void interval_data()
+    {
+        QTest::addColumn<QVariant>("days"); // invalid: key absent
+        QTest::addColumn<int>("seconds");
+        QTest::newRow("0 gives one day") << QVariant(0) << 86400;
+        QTest::newRow("1 gives one day") << QVariant(1) << 86400;
+        QTest::newRow("7 gives seven") << QVariant(7) << 604800;
+        QTest::newRow("absent gives seven") << QVariant() << 604800;
+        QTest::newRow("not a number gives one day") << QVariant("weekly") << 86400;
+    }
 
-    windowAction(window, "actionAbout")->trigger();
-    windowAction(window, "actionAbout_Qt")->trigger();
-    QCOMPARE(boxes->titles(), QStringList({"Check for Updates", "Morvex", "Morvex"}));
-    QVERIFY(boxes->texts().value(1).startsWith("MVX Board Toolkit v0.2.0<br>Developed by: Halvorn Works LLC"));
-}
+    void interval()
+    {
+        QFETCH(QVariant, days);
+        QFETCH(int, seconds);
+        if (days.isValid())
+            QSettings().setValue("Updates/Interval", days);
+        QCOMPARE(MVUpdater::checkIntervalSeconds(), quint64(seconds));
+        const QDateTime last = QDateTime::currentDateTimeUtc().addSecs(-60);
+        QSettings().setValue(FeedUpdater::lastCheckKey, last);
+        QCOMPARE(last.secsTo(FeedUpdater("http://127.0.0.1:9/appcast.xml", &owner).nextAutomaticCheck()), qint64(seconds));
+    }
+
+    // With automatic checks off the menu entry still checks; About and About Qt show their boxes.
+    void menuEntries()
+    {
+        FeedServer server(appcast(item("0.2.0")), 200);
+        QSettings().setValue("Updates/Auto", false);
+        QSettings().setValue("Updates/URL", server.url());
+        MorvexWindow window;
+        auto *updater = window.findChild<FeedUpdater *>();
+        QVERIFY(updater && !updater->nextAutomaticCheck().isValid());
+        QSignalSpy finished(updater, &FeedUpdater::checkFinished);
+        QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
+        windowAction(window, "actionCheck_for_updates")->trigger();
+        windowAction(window, "actionCheck_for_updates")->trigger(); // joins the check under way
+        QVERIFY(finished.wait(10000));
+        QVERIFY(waitFor([&] { return boxes->answered() == 1; }, 5000));
+        QCOMPARE(boxes->texts(), QStringList{upToDate});
+        QCOMPARE(qMakePair(server.connections, finished.size()), qMakePair(1, 1));
+        windowAction(window, "actionAbout")->trigger();
+        windowAction(window, "actionAbout_Qt")->trigger();
+        QCOMPARE(boxes->titles(), QStringList({"Check for Updates", "Morvex", "Morvex"}));
+        QVERIFY(boxes->texts().value(1).startsWith("MVX Board Toolkit v0.2.0<br>Developed by: Halvorn Works LLC"));
+    }
+};
 
 QTEST_MAIN(tst_Updates)
 #include "tst_updates.moc"
