@@ -1,14 +1,7 @@
 // The Debian package: what it holds and where, its control fields, and what
 // Debian's own checkers say of it and of the files it installs.
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QImage>
-#include <QProcess>
-#include <QRegularExpression>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtGui>
+#include <QtTest>
 
 namespace {
 struct Result

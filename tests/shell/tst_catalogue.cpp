@@ -5,16 +5,8 @@
 #include "testsupport.h"
 #include "translations.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QCommandLineParser>
-#include <QDir>
-#include <QFile>
-#include <QRegularExpression>
-#include <QSettings>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTranslator>
+#include <QtTest>
+#include <QtWidgets>
 
 class tst_Catalogue : public QObject
 {

@@ -2,184 +2,165 @@
 #include "morvexwindowprobe.h"
 #include "testsupport.h"
 
-#include <QAction>
-#include <QGroupBox>
-#include <QMenu>
-#include <QMenuBar>
-#include <QProgressBar>
-#include <QEventLoop>
-#include <QSettings>
-#include <QTabWidget>
-#include <QTimer>
-#include <QTest>
-#include <QToolBar>
+#include <QtTest>
+#include <QtWidgets>
 
 class tst_Form : public QObject
 {
     Q_OBJECT
+    SettingsSandbox sandbox;
 
 private slots:
     void init() { sandbox.clear(); }
-    void actions_data();
-    void actions();
-    void placement_data();
-    void placement();
-    void startState();
-    void connectionFlags_data();
-    void connectionFlags();
-    void exitSkipsWindowState();
 
-private:
-    SettingsSandbox sandbox;
-};
+    void actions_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("tip");
+        QTest::addColumn<QString>("shortcut");
+        QTest::addColumn<QString>("icon"); // its name in the icon font, empty for none
+        QTest::addColumn<bool>("checkable");
 
-void tst_Form::actions_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("tip");
-    QTest::addColumn<QString>("shortcut");
-    QTest::addColumn<QString>("icon"); // its name in the icon font, empty for none
-    QTest::addColumn<bool>("checkable");
-
-    const auto row = [](const char *name, const char *text, const char *tip, const char *shortcut, const char *icon,
-                        bool checkable = false) { QTest::newRow(name) << name << text << tip << shortcut << icon << checkable; };
-    row("actionExit", "Exit", "", "Ctrl+Q", "");
-    row("actionUpload", "Upload", "Upload the selected file", "Ctrl+U", "send");
-    row("actionDownload", "Download", "Download a file from the MC", "Ctrl+D", "save");
-    row("actionSync", "Sync", "Sync files between the PC and the MC", "", "swap_horizontal_circle");
-    row("actionAbort", "Abort", "Stop the virtual machine", "Ctrl+X", "cancel");
-    row("actionReset", "Reset", "Reset the MC", "Ctrl+Z", "restore");
-    row("actionDFU", "DFU", "Put the MC into the DFU mode", "", "system_update");
-    row("actionRemove", "Remove", "Remove a file from the MC", "", "delete");
-    row("actionEdit", "Edit", "Edit a MC file", "Ctrl+E", "edit");
-    row("actionUpload_Package", "Upload Package", "Upload a package to the MC", "", "archive");
-    row("actionNew_Directory", "New Directory", "Create a new directory in the MC flash", "Ctrl+Shift+N",
-        "create_new_folder");
-    row("actionNew_File", "New File", "Create a new file in the MC flash", "Ctrl+N", "add_circle");
-    row("actionLaunch", "Launch", "Launch the virtual machine", "", "launch");
-    row("actionConnect", "Connect", "Connect to a MVX device or disconnect from one", "Ctrl+O", "link");
-    row("actionReset_MC", "Reset MC", "Reset the MC after establishing a connection", "Ctrl+R", "refresh", true);
-    row("actionMonitor_Only", "Monitor Only", "Do not stop the virtual machine after establishing a connection",
-        "Ctrl+M", "visibility", true);
-    row("actionAutomatic_Reconnect", "Automatic Reconnect", "Automatically reconnect if the connection is aborted", "",
-        "autorenew", true);
-}
-
-void tst_Form::actions()
-{
-    QFETCH(QString, name);
-    QFETCH(QString, text);
-    QFETCH(QString, tip);
-    QFETCH(QString, shortcut);
-    QFETCH(QString, icon);
-    QFETCH(bool, checkable);
-    MorvexWindow w;
-    auto *action = w.findChild<QAction *>(name);
-    QVERIFY(action);
-    QCOMPARE(action->text(), text);
-    // An action without a tool tip of its own shows its text.
-    QCOMPARE(action->toolTip(), tip.isEmpty() ? text : tip);
-    QCOMPARE(action->shortcut(), QKeySequence(shortcut));
-    QVERIFY(icon.isEmpty() ? action->icon().isNull() : showsIcon(action->icon(), icon));
-    QCOMPARE(action->isCheckable(), checkable);
-}
-
-void tst_Form::placement_data()
-{
-    QTest::addColumn<QString>("holder");
-    QTest::addColumn<QString>("contents");
-    QTest::newRow("menubar") << "menubar" << "menuFile menuEdit menuHelp";
-    QTest::newRow("menuFile") << "menuFile" << "menuSave_Log - actionExit";
-    QTest::newRow("menuSave_Log") << "menuSave_Log" << "actionSaveTerminal actionSaveSyslog";
-    QTest::newRow("menuEdit") << "menuEdit" << "actionPreferences actionClear_Syslog actionClear_Terminal";
-    QTest::newRow("menuHelp") << "menuHelp" << "actionCheck_for_updates actionAbout_Qt actionAbout";
-    QTest::newRow("a_connectionToolBar") << "a_connectionToolBar"
-                                         << "actionConnect actionReset_MC actionMonitor_Only actionAutomatic_Reconnect";
-    QTest::newRow("b_actionsToolBar") << "b_actionsToolBar"
-                                      << "actionUpload actionDownload actionNew_File actionEdit actionRemove actionSync - "
-                                         "actionUpload_Package - actionNew_Directory actionLaunch actionAbort actionReset actionDFU";
-}
-
-void tst_Form::placement()
-{
-    QFETCH(QString, holder);
-    QFETCH(QString, contents);
-    MorvexWindow w;
-    QStringList names;
-    for (const QAction *action : w.findChild<QWidget *>(holder)->actions())
-        names << (action->isSeparator() ? "-" : action->menu() ? action->menu()->objectName() : action->objectName());
-    QCOMPARE(names.join(' '), contents);
-}
-
-void tst_Form::startState()
-{
-    MorvexWindow w;
-    QCOMPARE(w.windowTitle(), QStringLiteral("Morvex"));
-    QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
-    QCOMPARE(w.findChild<QTabWidget *>("logTabWidget")->currentIndex(), 0);
-    QVERIFY(!w.findChild<QGroupBox *>("fileSystemGroup")->isEnabled());
-    QVERIFY(!w.findChild<QToolBar *>("b_actionsToolBar")->isEnabled());
-    QVERIFY(w.findChild<QToolBar *>("a_connectionToolBar")->isEnabled());
-    QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
-    QCOMPARE(w.findChild<QProgressBar *>("progressBar")->format(), QStringLiteral("%p% (%v of %m bytes)"));
-    // The board actions switch as one, exactly these nine, and nothing else.
-    const QStringList nine = {"actionUpload", "actionDownload", "actionNew_File", "actionNew_Directory", "actionEdit",
-                              "actionRemove", "actionSync", "actionUpload_Package", "actionLaunch"};
-    for (bool on : {true, false, true}) {
-        w.setBoardActions(on);
-        for (const QAction *action : w.findChildren<QAction *>()) {
-            if (!action->objectName().isEmpty())
-                QVERIFY2(action->isEnabled() == (nine.contains(action->objectName()) ? on : true), qPrintable(action->objectName()));
-        }
+        const auto row = [](const char *name, const char *text, const char *tip, const char *shortcut, const char *icon,
+                            bool checkable = false) { QTest::newRow(name) << name << text << tip << shortcut << icon << checkable; };
+        row("actionExit", "Exit", "", "Ctrl+Q", "");
+        row("actionUpload", "Upload", "Upload the selected file", "Ctrl+U", "send");
+        row("actionDownload", "Download", "Download a file from the MC", "Ctrl+D", "save");
+        row("actionSync", "Sync", "Sync files between the PC and the MC", "", "swap_horizontal_circle");
+        row("actionAbort", "Abort", "Stop the virtual machine", "Ctrl+X", "cancel");
+        row("actionReset", "Reset", "Reset the MC", "Ctrl+Z", "restore");
+        row("actionDFU", "DFU", "Put the MC into the DFU mode", "", "system_update");
+        row("actionRemove", "Remove", "Remove a file from the MC", "", "delete");
+        row("actionEdit", "Edit", "Edit a MC file", "Ctrl+E", "edit");
+        row("actionUpload_Package", "Upload Package", "Upload a package to the MC", "", "archive");
+        row("actionNew_Directory", "New Directory", "Create a new directory in the MC flash", "Ctrl+Shift+N",
+            "create_new_folder");
+        row("actionNew_File", "New File", "Create a new file in the MC flash", "Ctrl+N", "add_circle");
+        row("actionLaunch", "Launch", "Launch the virtual machine", "", "launch");
+        row("actionConnect", "Connect", "Connect to a MVX device or disconnect from one", "Ctrl+O", "link");
+        row("actionReset_MC", "Reset MC", "Reset the MC after establishing a connection", "Ctrl+R", "refresh", true);
+        row("actionMonitor_Only", "Monitor Only", "Do not stop the virtual machine after establishing a connection",
+            "Ctrl+M", "visibility", true);
+        row("actionAutomatic_Reconnect", "Automatic Reconnect", "Automatically reconnect if the connection is aborted", "",
+            "autorenew", true);
     }
-}
 
-void tst_Form::connectionFlags_data()
-{
-    QTest::addColumn<bool>("reconnect");
-    QTest::addColumn<bool>("monitor");
-    QTest::newRow("reconnect") << true << false;
-    QTest::newRow("monitor") << false << true;
-}
+    void actions()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, text);
+        QFETCH(QString, tip);
+        QFETCH(QString, shortcut);
+        QFETCH(QString, icon);
+        QFETCH(bool, checkable);
+        MorvexWindow w;
+        auto *action = w.findChild<QAction *>(name);
+        QVERIFY(action);
+        QCOMPARE(action->text(), text);
+        // An action without a tool tip of its own shows its text.
+        QCOMPARE(action->toolTip(), tip.isEmpty() ? text : tip);
+        QCOMPARE(action->shortcut(), QKeySequence(shortcut));
+        QVERIFY(icon.isEmpty() ? action->icon().isNull() : showsIcon(action->icon(), icon));
+        QCOMPARE(action->isCheckable(), checkable);
+    }
 
-void tst_Form::connectionFlags()
-{
-    QFETCH(bool, reconnect);
-    QFETCH(bool, monitor);
+    void placement_data()
+    {
+        QTest::addColumn<QString>("holder");
+        QTest::addColumn<QString>("contents");
+        QTest::newRow("menubar") << "menubar" << "menuFile menuEdit menuHelp";
+        QTest::newRow("menuFile") << "menuFile" << "menuSave_Log - actionExit";
+        QTest::newRow("menuSave_Log") << "menuSave_Log" << "actionSaveTerminal actionSaveSyslog";
+        QTest::newRow("menuEdit") << "menuEdit" << "actionPreferences actionClear_Syslog actionClear_Terminal";
+        QTest::newRow("menuHelp") << "menuHelp" << "actionCheck_for_updates actionAbout_Qt actionAbout";
+        QTest::newRow("a_connectionToolBar") << "a_connectionToolBar"
+                                             << "actionConnect actionReset_MC actionMonitor_Only actionAutomatic_Reconnect";
+        QTest::newRow("b_actionsToolBar") << "b_actionsToolBar"
+                                          << "actionUpload actionDownload actionNew_File actionEdit actionRemove actionSync - "
+                                             "actionUpload_Package - actionNew_Directory actionLaunch actionAbort actionReset actionDFU";
+    }
+
+    void placement()
+    {
+        QFETCH(QString, holder);
+        QFETCH(QString, contents);
+        MorvexWindow w;
+        QStringList names;
+        for (const QAction *action : w.findChild<QWidget *>(holder)->actions())
+            names << (action->isSeparator() ? "-" : action->menu() ? action->menu()->objectName() : action->objectName());
+        QCOMPARE(names.join(' '), contents);
+    }
+
+    void startState()
     {
         MorvexWindow w;
-        w.loadWindowState();
-        QVERIFY(!w.findChild<QAction *>("actionAutomatic_Reconnect")->isChecked());
-        QVERIFY(!w.findChild<QAction *>("actionMonitor_Only")->isChecked());
-        w.findChild<QAction *>("actionAutomatic_Reconnect")->setChecked(reconnect);
-        w.findChild<QAction *>("actionMonitor_Only")->setChecked(monitor);
-        w.findChild<QAction *>("actionReset_MC")->setChecked(true);
-        w.saveConnectionFlags();
+        QCOMPARE(w.windowTitle(), QStringLiteral("Morvex"));
+        QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
+        QCOMPARE(w.findChild<QTabWidget *>("logTabWidget")->currentIndex(), 0);
+        QVERIFY(!w.findChild<QGroupBox *>("fileSystemGroup")->isEnabled());
+        QVERIFY(!w.findChild<QToolBar *>("b_actionsToolBar")->isEnabled());
+        QVERIFY(w.findChild<QToolBar *>("a_connectionToolBar")->isEnabled());
+        QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
+        QCOMPARE(w.findChild<QProgressBar *>("progressBar")->format(), QStringLiteral("%p% (%v of %m bytes)"));
+        // The board actions switch as one, exactly these nine, and nothing else.
+        const QStringList nine = {"actionUpload", "actionDownload", "actionNew_File", "actionNew_Directory", "actionEdit",
+                                  "actionRemove", "actionSync", "actionUpload_Package", "actionLaunch"};
+        for (bool on : {true, false, true}) {
+            w.setBoardActions(on);
+            for (const QAction *action : w.findChildren<QAction *>()) {
+                if (!action->objectName().isEmpty())
+                    QVERIFY2(action->isEnabled() == (nine.contains(action->objectName()) ? on : true), qPrintable(action->objectName()));
+            }
+        }
     }
-    QCOMPARE(QSettings().value("MC/ConnRest").toBool(), reconnect);
-    QCOMPARE(QSettings().value("MC/MonOnly").toBool(), monitor);
-    MorvexWindow again;
-    again.loadWindowState();
-    QCOMPARE(again.findChild<QAction *>("actionAutomatic_Reconnect")->isChecked(), reconnect);
-    QCOMPARE(again.findChild<QAction *>("actionMonitor_Only")->isChecked(), monitor);
-    QVERIFY(!again.findChild<QAction *>("actionReset_MC")->isChecked());
-}
 
-void tst_Form::exitSkipsWindowState()
-{
-    MorvexWindow w;
-    w.show();
-    // Exit quits the event loop straight away: no close event, so no window state.
-    QEventLoop loop;
-    QTimer::singleShot(0, &w, [&] { w.findChild<QAction *>("actionExit")->trigger(); });
-    QTimer::singleShot(5000, &loop, [&] { loop.exit(7); });
-    QCOMPARE(loop.exec(), 0);
-    QVERIFY(!QSettings().contains("UI/Geometry") && !QSettings().contains("UI/Win"));
-    // Closing the window is the path that saves it.
-    w.close();
-    QVERIFY(QSettings().contains("UI/Geometry") && QSettings().contains("UI/Win"));
-}
+    void connectionFlags_data()
+    {
+        QTest::addColumn<bool>("reconnect");
+        QTest::addColumn<bool>("monitor");
+        QTest::newRow("reconnect") << true << false;
+        QTest::newRow("monitor") << false << true;
+    }
+
+    void connectionFlags()
+    {
+        QFETCH(bool, reconnect);
+        QFETCH(bool, monitor);
+        {
+            MorvexWindow w;
+            w.loadWindowState();
+            QVERIFY(!w.findChild<QAction *>("actionAutomatic_Reconnect")->isChecked());
+            QVERIFY(!w.findChild<QAction *>("actionMonitor_Only")->isChecked());
+            w.findChild<QAction *>("actionAutomatic_Reconnect")->setChecked(reconnect);
+            w.findChild<QAction *>("actionMonitor_Only")->setChecked(monitor);
+            w.findChild<QAction *>("actionReset_MC")->setChecked(true);
+            w.saveConnectionFlags();
+        }
+        QCOMPARE(QSettings().value("MC/ConnRest").toBool(), reconnect);
+        QCOMPARE(QSettings().value("MC/MonOnly").toBool(), monitor);
+        MorvexWindow again;
+        again.loadWindowState();
+        QCOMPARE(again.findChild<QAction *>("actionAutomatic_Reconnect")->isChecked(), reconnect);
+        QCOMPARE(again.findChild<QAction *>("actionMonitor_Only")->isChecked(), monitor);
+        QVERIFY(!again.findChild<QAction *>("actionReset_MC")->isChecked());
+    }
+
+    void exitSkipsWindowState()
+    {
+        MorvexWindow w;
+        w.show();
+        // Exit quits the event loop straight away: no close event, so no window state.
+        QEventLoop loop;
+        QTimer::singleShot(0, &w, [&] { w.findChild<QAction *>("actionExit")->trigger(); });
+        QTimer::singleShot(5000, &loop, [&] { loop.exit(7); });
+        QCOMPARE(loop.exec(), 0);
+        QVERIFY(!QSettings().contains("UI/Geometry") && !QSettings().contains("UI/Win"));
+        // Closing the window is the path that saves it.
+        w.close();
+        QVERIFY(QSettings().contains("UI/Geometry") && QSettings().contains("UI/Win"));
+    }
+};
 
 QTEST_MAIN(tst_Form)
 #include "tst_form.moc"
