@@ -1,5 +1,7 @@
 // The Debian package: what it holds and where, its control fields, and what
 // Debian's own checkers say of it and of the files it installs.
+#include "testsupport.h"
+
 #include <QtGui>
 #include <QtTest>
 
@@ -36,155 +38,132 @@ const QList<int> iconSizes = {16, 22, 24, 32, 48, 64, 128, 256};
 class tst_Package : public QObject
 {
     Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void holdsTheProgramAndNothingElse();
-    void controlFields_data();
-    void controlFields();
-    void versionsAgree();
-    void installedFilesValidate();
-    void lintianFindsNoError();
-
-private:
     QString installed(const QString &relative) const { return work.filePath("root/" + relative); }
     QString field(const QString &name) const { return run("dpkg-deb", {"--field", deb, name}).out.trimmed(); }
     QString text(const QString &relative) const
     {
         return relative.endsWith(".gz") ? run("gzip", {"-dc", installed(relative)}).out
-                                        : QString::fromUtf8(readAll(installed(relative)));
-    }
-    static QByteArray readAll(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+                                        : QString::fromUtf8(readLocalFile(installed(relative)));
     }
 
     QTemporaryDir work;
     QString deb;
     QMap<QString, QString> modes; // packaged path (without "./") to its mode string
+
+private slots:
+    void initTestCase()
+    {
+        QStringList missing;
+        for (const char *tool : {"dpkg-deb", "dpkg-shlibdeps", "file", "gzip", "help2man", "lintian", "desktop-file-validate", "appstreamcli"}) {
+            if (QStandardPaths::findExecutable(tool).isEmpty())
+                missing << tool;
+        }
+        if (!missing.isEmpty())
+            QSKIP(qPrintable("Packaging tools missing: " + missing.join(", ") + " (scripts/setup.sh installs them)"));
+        QElapsedTimer clock;
+        clock.start();
+        const Result cpack = run(MORVEX_CPACK, {"--config", MORVEX_BUILD_DIR "/CPackConfig.cmake", "-G", "DEB", "-B", work.path()}, 240000);
+        QVERIFY2(cpack.code == 0, qPrintable(cpack.out));
+        const QStringList debs = QDir(work.path()).entryList({"morvex_*.deb"}, QDir::Files);
+        QCOMPARE(debs.size(), 1);
+        deb = work.filePath(debs.constFirst());
+        qInfo("Package made in %lld ms", static_cast<long long>(clock.elapsed()));
+
+        const Result contents = run("dpkg-deb", {"--contents", deb});
+        QVERIFY2(contents.code == 0, qPrintable(contents.out));
+        // "-rwxr-xr-x root/root 814248 2026-11-22 19:58 ./usr/bin/morvex"
+        for (const QString &line : contents.out.split('\n', Qt::SkipEmptyParts)) {
+            const QStringList parts = line.split(' ', Qt::SkipEmptyParts);
+            QVERIFY2(parts.size() == 6 && parts.at(5).startsWith("./"), qPrintable(line));
+            if (!parts.at(0).startsWith('d'))
+                modes.insert(parts.at(5).mid(2), parts.at(0));
+        }
+        const Result extract = run("dpkg-deb", {"--extract", deb, work.filePath("root")});
+        QVERIFY2(extract.code == 0, qPrintable(extract.out));
+    }
+
+    void holdsTheProgramAndNothingElse()
+    {
+        QStringList expected = {"usr/bin/morvex", desktopFile, metainfoFile, "usr/share/man/man1/morvex.1.gz",
+                                "usr/share/doc/morvex/copyright", "usr/share/doc/morvex/changelog.gz"};
+        for (int size : iconSizes) {
+            expected << iconFile.arg(size).arg("morvex");
+            const QImage image(installed(expected.last()));
+            QVERIFY2(image.size() == QSize(size, size) && image.hasAlphaChannel(), qPrintable(expected.last()));
+        }
+        expected.sort();
+        // Test suites and build helpers must stay out of it.
+        QCOMPARE(modes.keys(), expected);
+        for (const QString &path : qAsConst(expected))
+            QVERIFY2(modes.value(path) == (path == "usr/bin/morvex" ? "-rwxr-xr-x" : "-rw-r--r--"), qPrintable(path + ' ' + modes.value(path)));
+    }
+
+    void controlFields()
+    {
+        // Depends is computed from the binary by dpkg-shlibdeps, so the libraries it links are all there.
+        const QStringList patterns = {"Package=^morvex$", "Section=^electronics$", "Priority=^optional$",
+                                      "Description=^manage MicroPython boards .+\\n .+",
+                                      "Architecture=^" + run("dpkg", {"--print-architecture"}).out.trimmed() + "$",
+                                      "Depends=(^|, )libqt5widgets5 \\(>= [^)]+\\)", "Depends=(^|, )libqt5serialport5 \\(>= [^)]+\\)",
+                                      "Depends=(^|, )libquazip1-qt5-1 \\(>= [^)]+\\)"};
+        for (const QString &pattern : patterns) {
+            const QString value = field(pattern.section('=', 0, 0));
+            QVERIFY2(QRegularExpression(pattern.section('=', 1), QRegularExpression::DotMatchesEverythingOption).match(value).hasMatch(),
+                     qPrintable(pattern + ": " + value));
+        }
+    }
+
+    // The program, the package, the changelog, the manual page and the metainfo name one version.
+    void versionsAgree()
+    {
+        const Result program = run(installed("usr/bin/morvex"), {"--version"}, 20000);
+        const QRegularExpressionMatch match = QRegularExpression("^Morvex (\\S+)$", QRegularExpression::MultilineOption).match(program.out);
+        QVERIFY2(program.code == 0 && match.hasMatch(), qPrintable(program.out));
+        const QString version = match.captured(1);
+        QCOMPARE(field("Version"), version);
+        QVERIFY(text("usr/share/doc/morvex/changelog.gz").startsWith("morvex (" + version + ") "));
+        QCOMPARE(QRegularExpression("<release [^>]*version=\"([^\"]+)\"").match(text(metainfoFile)).captured(1), version);
+        // Made from the program's own --help: its options are all there, as groff writes them.
+        const QString page = text("usr/share/man/man1/morvex.1.gz");
+        for (const char *part : {"\\-\\-ignore\\-dark", "\\-\\-reset", "\\-\\-lang", "Halvorn micropython powered boards",
+                                 "MORVEX_EXTRA_PORTS", "dialout"})
+            QVERIFY2(page.contains(part), part);
+        QVERIFY(page.contains("\"Morvex " + version + "\""));
+    }
+
+    void installedFilesValidate()
+    {
+        const Result desktop = run("desktop-file-validate", {installed(desktopFile)});
+        QVERIFY2(desktop.code == 0 && desktop.out.isEmpty(), qPrintable(desktop.out));
+        const QString entry = text(desktopFile);
+        const auto key = [&](const char *name) {
+            return QRegularExpression(QStringLiteral("^%1=(.*)$").arg(name), QRegularExpression::MultilineOption).match(entry).captured(1);
+        };
+        QCOMPARE(key("Terminal"), QStringLiteral("false"));
+        QVERIFY(key("Categories").split(';').contains("Development") && key("Categories").split(';').contains("Electronics"));
+        // The menu's command and icon are the ones the package installs.
+        QVERIFY2(modes.contains("usr/bin/" + key("Exec").section(' ', 0, 0)), qPrintable(key("Exec")));
+        for (int size : iconSizes)
+            QVERIFY(modes.contains(iconFile.arg(size).arg(key("Icon"))));
+
+        const Result appstream = run("appstreamcli", {"validate", "--no-net", installed(metainfoFile)});
+        QVERIFY2(appstream.code == 0, qPrintable(appstream.out));
+        const QString metainfo = text(metainfoFile);
+        QVERIFY(metainfo.contains("<id>" + appId + "</id>"));
+        QVERIFY(metainfo.contains("<launchable type=\"desktop-id\">" + appId + ".desktop</launchable>"));
+        QVERIFY(QRegularExpression("<image[^>]*>https://").match(metainfo).hasMatch());
+        // Not demanded by the validator, but by software centres.
+        QVERIFY(metainfo.contains("<content_rating"));
+    }
+
+    void lintianFindsNoError()
+    {
+        const Result lintian = run("lintian", {"--display-info", deb}, 240000);
+        QVERIFY2(lintian.code == 0 && !lintian.out.contains(QRegularExpression("^E: ", QRegularExpression::MultilineOption)), qPrintable(lintian.out));
+        if (lintian.out.contains(QRegularExpression("^[WIP]: ", QRegularExpression::MultilineOption)))
+            qInfo("%s", qPrintable(lintian.out));
+    }
 };
-
-void tst_Package::initTestCase()
-{
-    QStringList missing;
-    for (const char *tool : {"dpkg-deb", "dpkg-shlibdeps", "file", "gzip", "help2man", "lintian", "desktop-file-validate", "appstreamcli"}) {
-        if (QStandardPaths::findExecutable(tool).isEmpty())
-            missing << tool;
-    }
-    if (!missing.isEmpty())
-        QSKIP(qPrintable("Packaging tools missing: " + missing.join(", ") + " (scripts/setup.sh installs them)"));
-    QElapsedTimer clock;
-    clock.start();
-    const Result cpack = run(MORVEX_CPACK, {"--config", MORVEX_BUILD_DIR "/CPackConfig.cmake", "-G", "DEB", "-B", work.path()}, 240000);
-    QVERIFY2(cpack.code == 0, qPrintable(cpack.out));
-    const QStringList debs = QDir(work.path()).entryList({"morvex_*.deb"}, QDir::Files);
-    QCOMPARE(debs.size(), 1);
-    deb = work.filePath(debs.constFirst());
-    qInfo("Package made in %lld ms", static_cast<long long>(clock.elapsed()));
-
-    const Result contents = run("dpkg-deb", {"--contents", deb});
-    QVERIFY2(contents.code == 0, qPrintable(contents.out));
-    // "-rwxr-xr-x root/root 814248 2026-11-22 19:58 ./usr/bin/morvex"
-    for (const QString &line : contents.out.split('\n', Qt::SkipEmptyParts)) {
-        const QStringList parts = line.split(' ', Qt::SkipEmptyParts);
-        QVERIFY2(parts.size() == 6 && parts.at(5).startsWith("./"), qPrintable(line));
-        if (!parts.at(0).startsWith('d'))
-            modes.insert(parts.at(5).mid(2), parts.at(0));
-    }
-    const Result extract = run("dpkg-deb", {"--extract", deb, work.filePath("root")});
-    QVERIFY2(extract.code == 0, qPrintable(extract.out));
-}
-
-void tst_Package::holdsTheProgramAndNothingElse()
-{
-    QStringList expected = {"usr/bin/morvex", desktopFile, metainfoFile, "usr/share/man/man1/morvex.1.gz",
-                            "usr/share/doc/morvex/copyright", "usr/share/doc/morvex/changelog.gz"};
-    for (int size : iconSizes) {
-        expected << iconFile.arg(size).arg("morvex");
-        const QImage image(installed(expected.last()));
-        QVERIFY2(image.size() == QSize(size, size) && image.hasAlphaChannel(), qPrintable(expected.last()));
-    }
-    expected.sort();
-    // Test suites and build helpers must stay out of it.
-    QCOMPARE(modes.keys(), expected);
-    for (const QString &path : qAsConst(expected))
-        QVERIFY2(modes.value(path) == (path == "usr/bin/morvex" ? "-rwxr-xr-x" : "-rw-r--r--"), qPrintable(path + ' ' + modes.value(path)));
-}
-
-void tst_Package::controlFields_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("pattern");
-    QTest::newRow("package") << "Package" << "^morvex$";
-    QTest::newRow("architecture of this machine") << "Architecture" << "^" + run("dpkg", {"--print-architecture"}).out.trimmed() + "$";
-    QTest::newRow("section") << "Section" << "^electronics$";
-    QTest::newRow("priority") << "Priority" << "^optional$";
-    QTest::newRow("description with a long part") << "Description" << "^manage MicroPython boards .+\\n .+";
-    // Computed from the binary by dpkg-shlibdeps, so the libraries it links are all there.
-    for (const char *library : {"libqt5widgets5", "libqt5serialport5", "libquazip1-qt5-1"})
-        QTest::newRow(library) << "Depends" << QStringLiteral("(^|, )%1 \\(>= [^)]+\\)").arg(library);
-}
-
-void tst_Package::controlFields()
-{
-    QFETCH(QString, name);
-    QFETCH(QString, pattern);
-    const QString value = field(name);
-    QVERIFY2(QRegularExpression(pattern, QRegularExpression::DotMatchesEverythingOption).match(value).hasMatch(),
-             qPrintable(name + ": " + value));
-}
-
-// The program, the package, the changelog, the manual page and the metainfo name one version.
-void tst_Package::versionsAgree()
-{
-    const Result program = run(installed("usr/bin/morvex"), {"--version"}, 20000);
-    const QRegularExpressionMatch match = QRegularExpression("^Morvex (\\S+)$", QRegularExpression::MultilineOption).match(program.out);
-    QVERIFY2(program.code == 0 && match.hasMatch(), qPrintable(program.out));
-    const QString version = match.captured(1);
-    QCOMPARE(field("Version"), version);
-    QVERIFY(text("usr/share/doc/morvex/changelog.gz").startsWith("morvex (" + version + ") "));
-    QCOMPARE(QRegularExpression("<release [^>]*version=\"([^\"]+)\"").match(text(metainfoFile)).captured(1), version);
-    // Made from the program's own --help: its options are all there, as groff writes them.
-    const QString page = text("usr/share/man/man1/morvex.1.gz");
-    for (const char *part : {"\\-\\-ignore\\-dark", "\\-\\-reset", "\\-\\-lang", "Halvorn micropython powered boards",
-                             "MORVEX_EXTRA_PORTS", "dialout"})
-        QVERIFY2(page.contains(part), part);
-    QVERIFY(page.contains("\"Morvex " + version + "\""));
-}
-
-void tst_Package::installedFilesValidate()
-{
-    const Result desktop = run("desktop-file-validate", {installed(desktopFile)});
-    QVERIFY2(desktop.code == 0 && desktop.out.isEmpty(), qPrintable(desktop.out));
-    const QString entry = text(desktopFile);
-    const auto key = [&](const char *name) {
-        return QRegularExpression(QStringLiteral("^%1=(.*)$").arg(name), QRegularExpression::MultilineOption).match(entry).captured(1);
-    };
-    QCOMPARE(key("Terminal"), QStringLiteral("false"));
-    QVERIFY(key("Categories").split(';').contains("Development") && key("Categories").split(';').contains("Electronics"));
-    // The menu's command and icon are the ones the package installs.
-    QVERIFY2(modes.contains("usr/bin/" + key("Exec").section(' ', 0, 0)), qPrintable(key("Exec")));
-    for (int size : iconSizes)
-        QVERIFY(modes.contains(iconFile.arg(size).arg(key("Icon"))));
-
-    const Result appstream = run("appstreamcli", {"validate", "--no-net", installed(metainfoFile)});
-    QVERIFY2(appstream.code == 0, qPrintable(appstream.out));
-    const QString metainfo = text(metainfoFile);
-    QVERIFY(metainfo.contains("<id>" + appId + "</id>"));
-    QVERIFY(metainfo.contains("<launchable type=\"desktop-id\">" + appId + ".desktop</launchable>"));
-    QVERIFY(QRegularExpression("<image[^>]*>https://").match(metainfo).hasMatch());
-    // Not demanded by the validator, but by software centres.
-    QVERIFY(metainfo.contains("<content_rating"));
-}
-
-void tst_Package::lintianFindsNoError()
-{
-    const Result lintian = run("lintian", {"--display-info", deb}, 240000);
-    QVERIFY2(lintian.code == 0 && !lintian.out.contains(QRegularExpression("^E: ", QRegularExpression::MultilineOption)), qPrintable(lintian.out));
-    if (lintian.out.contains(QRegularExpression("^[WIP]: ", QRegularExpression::MultilineOption)))
-        qInfo("%s", qPrintable(lintian.out));
-}
 
 QTEST_GUILESS_MAIN(tst_Package)
 #include "tst_package.moc"

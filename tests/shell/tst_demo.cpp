@@ -16,7 +16,6 @@ class TestDemo : public QObject
     SettingsSandbox sandbox;
 
 private slots:
-
     void firstClickConnects_data()
     {
         QTest::addColumn<QString>("family");

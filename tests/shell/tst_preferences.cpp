@@ -83,20 +83,11 @@ private slots:
         row("click Download is not download", {{"MC/ClickAction", "Download"}}, "global_MCClickCombo", "currentIndex", 0);
         row("chunk absent: Default", {}, "global_TransferSizeSpin", "text", "Default");
         row("chunk 500", {{"MC/TransferSize", 500}}, "global_TransferSizeSpin", "value", 500);
-        row("chunk 2000 shown 1024", {{"MC/TransferSize", 2000}}, "global_TransferSizeSpin", "value", 1024);
-        row("target absent: ask", {}, "globat_DirStructCombo", "currentIndex", 2);
         row("target root", {{"MC/SubDirsSel", 1}}, "globat_DirStructCombo", "currentIndex", 1);
-        row("target 7: ask", {{"MC/SubDirsSel", 7}}, "globat_DirStructCombo", "currentIndex", 2);
         row("target -1: ask", {{"MC/SubDirsSel", -1}}, "globat_DirStructCombo", "currentIndex", 2);
         row("execute on", {{"MC/SuggestExecute", true}}, "global_MCExecCheck", "checked", true);
-        row("STM folder absent", {}, "global_STMFolderEdit", "text", "/flash");
         row("STM folder empty", {{"MC/STMDir", ""}}, "global_STMFolderEdit", "text", "");
-        row("ESP folder absent", {}, "global_ESPFolderEdit", "text", "/");
-        // The dialog's two defaults that are the opposite of the editor's.
-        row("indent absent: off", {}, "editor_AutoIndentCheck", "checked", false);
-        row("parentheses absent: on", {}, "editor_AutoParentCheck", "checked", true);
         row("tabs false: tabs", {{"Code/Tabs", false}}, "editor_TabsCombo", "currentIndex", 1);
-        row("tab size 40 clamped", {{"Code/TabSize", 40}}, "editor_TabSizeSpin", "value", 16);
         row("wrap on", {{"Code/Wrap", true}}, "editor_WordWrapCheck", "checked", true);
         row("spaces on", {{"Code/ShowSpaces", true}}, "editor_WhiteSpaceCheck", "checked", true);
     }
@@ -120,16 +111,19 @@ private slots:
         QTest::addColumn<QVariantMap>("stored");
         QTest::addColumn<QVariantMap>("edits"); // widget name to the value set in it
         QTest::addColumn<QVariantMap>("written");
+        QTest::addColumn<bool>("warned"); // of the language change, after a restart
 
+        // Among them the dialog's two defaults that are the opposite of the editor's.
         QTest::newRow("empty store: the shown defaults") << QVariantMap() << QVariantMap() << QVariantMap{
             {"UI/Language", ""}, {"MC/ClickAction", "edit"}, {"MC/TransferSize", 31}, {"MC/SubDirsSel", 2},
             {"MC/STMDir", "/flash"}, {"MC/ESPDir", "/"}, {"MC/SuggestExecute", false}, {"Code/Parenth", true},
-            {"Code/Indent", false}, {"Code/Tabs", true}, {"Code/TabSize", 4}, {"Code/Wrap", false}, {"Code/ShowSpaces", false}};
-        QTest::newRow("chunk 2000 overwritten") << QVariantMap{{"MC/TransferSize", 2000}} << QVariantMap()
-                                                << QVariantMap{{"MC/TransferSize", 1024}};
-        QTest::newRow("target 7 becomes 2") << QVariantMap{{"MC/SubDirsSel", 7}} << QVariantMap() << QVariantMap{{"MC/SubDirsSel", 2}};
+            {"Code/Indent", false}, {"Code/Tabs", true}, {"Code/TabSize", 4}, {"Code/Wrap", false}, {"Code/ShowSpaces", false}}
+            << false;
+        QTest::newRow("chunk 2000 shown and written as 1024") << QVariantMap{{"MC/TransferSize", 2000}} << QVariantMap()
+                                                << QVariantMap{{"MC/TransferSize", 1024}} << false;
+        QTest::newRow("target 7 shown as Always ask, written 2") << QVariantMap{{"MC/SubDirsSel", 7}} << QVariantMap() << QVariantMap{{"MC/SubDirsSel", 2}} << false;
         QTest::newRow("odd click action becomes edit") << QVariantMap{{"MC/ClickAction", "run"}} << QVariantMap()
-                                                       << QVariantMap{{"MC/ClickAction", "edit"}};
+                                                       << QVariantMap{{"MC/ClickAction", "edit"}} << false;
         QTest::newRow("every edit reaches the store") << QVariantMap() << QVariantMap{
             {"global_langCombo", "Russian (Russia)"}, {"global_MCClickCombo", 1}, {"global_STMFolderEdit", "/flash/lib"},
             {"global_ESPFolderEdit", "/data"}, {"global_TransferSizeSpin", 700}, {"globat_DirStructCombo", 0},
@@ -138,7 +132,18 @@ private slots:
             << QVariantMap{{"UI/Language", "ru_RU"}, {"MC/ClickAction", "download"}, {"MC/TransferSize", 700},
                            {"MC/SubDirsSel", 0}, {"MC/STMDir", "/flash/lib"}, {"MC/ESPDir", "/data"}, {"MC/SuggestExecute", true},
                            {"Code/Parenth", false}, {"Code/Indent", true}, {"Code/Tabs", false}, {"Code/TabSize", 8},
-                           {"Code/Wrap", true}, {"Code/ShowSpaces", true}};
+                           {"Code/Wrap", true}, {"Code/ShowSpaces", true}}
+            << false;
+        const auto language = [](const char *name, const QVariant &stored, const char *chosen, const char *written, bool warned) {
+            QTest::newRow(name) << (stored.isValid() ? QVariantMap{{"UI/Language", stored}} : QVariantMap())
+                                << QVariantMap{{"global_langCombo", chosen}} << QVariantMap{{"UI/Language", written}} << warned;
+        };
+        language("language absent, System", QVariant(), "System", "", false);
+        language("language number from the first start, System", 96, "System", "", true);
+        language("same language", "ru_RU", "Russian (Russia)", "ru_RU", false);
+        language("language to System", "ru_RU", "System", "", true);
+        language("language to English", "ru_RU", "English (United States)", "en_US", true);
+        language("System to a language", "", "Russian (Russia)", "ru_RU", false);
     }
 
     void okWrites()
@@ -146,58 +151,28 @@ private slots:
         QFETCH(QVariantMap, stored);
         QFETCH(QVariantMap, edits);
         QFETCH(QVariantMap, written);
+        QFETCH(bool, warned);
         store(stored);
         Preferences dialog;
         dialog.load();
         for (auto it = edits.cbegin(); it != edits.cend(); ++it) {
             QWidget *widget = child<QWidget>(dialog, it.key().toLatin1().constData());
-            if (auto *combo = qobject_cast<QComboBox *>(widget))
-                it.value().type() == QVariant::String ? combo->setCurrentText(it.value().toString())
-                                                      : combo->setCurrentIndex(it.value().toInt());
+            auto *combo = qobject_cast<QComboBox *>(widget);
+            if (combo && it.value().type() == QVariant::String)
+                combo->setCurrentText(it.value().toString());
+            else if (combo)
+                combo->setCurrentIndex(it.value().toInt());
             else
                 widget->setProperty(qobject_cast<QLineEdit *>(widget) ? "text" : qobject_cast<QSpinBox *>(widget) ? "value" : "checked",
                                     it.value());
         }
         QScopedPointer<DialogAnswerer> ok(DialogAnswerer::messageBox(QMessageBox::Ok));
-        dialog.save();
+        dialog.save(); // a warning is modal: it has been answered when save returns
+        QCOMPARE(ok->titles(), warned ? QStringList{"Change Language"} : QStringList());
+        QCOMPARE(ok->texts(), warned ? QStringList{warningText} : QStringList());
         const QMap<QString, QString> all = snapshot();
         for (auto it = written.cbegin(); it != written.cend(); ++it)
             QCOMPARE(all.value(it.key()), it.value().toString());
-    }
-
-    void languageWarning_data()
-    {
-        QTest::addColumn<QVariant>("stored"); // invalid: key absent
-        QTest::addColumn<QString>("chosen");
-        QTest::addColumn<bool>("warned");
-        QTest::addColumn<QString>("written");
-
-        QTest::newRow("absent, System") << QVariant() << "System" << false << "";
-        QTest::newRow("number from the first start, System") << QVariant(96) << "System" << true << "";
-        QTest::newRow("same language") << QVariant("ru_RU") << "Russian (Russia)" << false << "ru_RU";
-        QTest::newRow("language to System") << QVariant("ru_RU") << "System" << true << "";
-        QTest::newRow("language to English") << QVariant("ru_RU") << "English (United States)" << true << "en_US";
-        QTest::newRow("System to a language") << QVariant("") << "Russian (Russia)" << false << "ru_RU";
-    }
-
-    void languageWarning()
-    {
-        QFETCH(QVariant, stored);
-        QFETCH(QString, chosen);
-        QFETCH(bool, warned);
-        QFETCH(QString, written);
-        if (stored.isValid())
-            store({{"UI/Language", stored}});
-        Preferences dialog;
-        dialog.load();
-        auto *combo = child<QComboBox>(dialog, "global_langCombo");
-        combo->setCurrentText(chosen);
-        QCOMPARE(combo->currentText(), chosen);
-        QScopedPointer<DialogAnswerer> ok(DialogAnswerer::messageBox(QMessageBox::Ok));
-        dialog.save(); // the warning is modal: it has been answered when save returns
-        QCOMPARE(ok->titles(), warned ? QStringList{"Change Language"} : QStringList());
-        QCOMPARE(ok->texts(), warned ? QStringList{warningText} : QStringList());
-        QCOMPARE(QSettings().value("UI/Language").toString(), written);
     }
 
     void menuEntry_data()

@@ -43,7 +43,6 @@ class TestQMaterialIcon : public QObject
     Q_OBJECT
 
 private slots:
-
     void initTestCase()
     {
         QPalette palette = QApplication::palette();
