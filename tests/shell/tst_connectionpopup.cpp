@@ -118,15 +118,9 @@ private slots:
         QCOMPARE(settings.value("UI/MC", 0).toInt(), accepted ? 1 : 0);
         QCOMPARE(settings.value("UI/Baud").toString(), accepted ? QStringLiteral("57600") : QString());
         QCOMPARE(settings.value("UI/Port").toString(), fakePort(accepted ? 1 : 0));
-    }
-
-    void configure()
-    {
-        ConnectionPopup popup;
-        popup.load();
-        combo(popup, "portsCombo")->setCurrentText(fakePort(1));
-        combo(popup, "baudCombo")->setCurrentText("460800");
-        // Start from the opposite of every setting, so each one is seen to be set.
+        if (!accepted)
+            return;
+        // The port is set up from the choice; from the opposite of every setting, so each one is seen to be set.
         QSerialPort port;
         port.setParity(QSerialPort::EvenParity);
         port.setStopBits(QSerialPort::TwoStop);
@@ -134,9 +128,7 @@ private slots:
         port.setFlowControl(QSerialPort::HardwareControl);
         QString serial = "stale";
         popup.configure(port, serial);
-        QCOMPARE(port.portName(), fakePort(1));
-        QCOMPARE(serial, QString()); // extra ports have no serial number
-        QCOMPARE(port.baudRate(), 460800); // -1 if the directions differ
+        QCOMPARE(port.portName() + ' ' + serial + ' ' + QString::number(port.baudRate()), fakePort(1) + "  57600"); // extra ports have no serial number
         QVERIFY(port.parity() == QSerialPort::NoParity && port.stopBits() == QSerialPort::OneStop);
         QVERIFY(port.dataBits() == QSerialPort::Data8 && port.flowControl() == QSerialPort::NoFlowControl);
     }
