@@ -136,8 +136,6 @@ private slots:
         const auto key = [&](const char *name) {
             return QRegularExpression(QStringLiteral("^%1=(.*)$").arg(name), QRegularExpression::MultilineOption).match(entry).captured(1);
         };
-        QCOMPARE(key("Terminal"), QStringLiteral("false"));
-        QVERIFY(key("Categories").split(';').contains("Development") && key("Categories").split(';').contains("Electronics"));
         // The menu's command and icon are the ones the package installs.
         QVERIFY2(modes.contains("usr/bin/" + key("Exec").section(' ', 0, 0)), qPrintable(key("Exec")));
         for (int size : iconSizes)
@@ -148,7 +146,6 @@ private slots:
         const QString metainfo = text(metainfoFile);
         QVERIFY(metainfo.contains("<id>" + appId + "</id>"));
         QVERIFY(metainfo.contains("<launchable type=\"desktop-id\">" + appId + ".desktop</launchable>"));
-        QVERIFY(QRegularExpression("<image[^>]*>https://").match(metainfo).hasMatch());
         // Not demanded by the validator, but by software centres.
         QVERIFY(metainfo.contains("<content_rating"));
     }

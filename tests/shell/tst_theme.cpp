@@ -49,7 +49,14 @@ class TestTheme : public QObject
     QPalette lightPalette;
 
 private slots:
-    void initTestCase() { lightPalette = QApplication::palette(); }
+    void initTestCase()
+    {
+        // Button text colours of the test's own, for the icons drawn without colours of theirs.
+        lightPalette = QApplication::palette();
+        lightPalette.setColor(QPalette::Active, QPalette::ButtonText, activeButtonText);
+        lightPalette.setColor(QPalette::Disabled, QPalette::ButtonText, disabledButtonText);
+        QApplication::setPalette(lightPalette);
+    }
 
     void cleanup()
     {
@@ -256,10 +263,6 @@ private slots:
         QFETCH(QIcon::Mode, mode);
         QFETCH(QIcon::State, state);
         QFETCH(QColor, expected);
-        QPalette palette = QApplication::palette();
-        palette.setColor(QPalette::Active, QPalette::ButtonText, activeButtonText);
-        palette.setColor(QPalette::Disabled, QPalette::ButtonText, disabledButtonText);
-        QApplication::setPalette(palette);
         QMaterialIcon *icons = QMaterialIcon::instance();
         icons->setBase(base);
         icons->setOnColor(onColor);
