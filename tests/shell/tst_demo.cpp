@@ -40,12 +40,10 @@ private slots:
                  output.constData());
         // As run.sh offers it: after whatever ports the system has.
         qputenv("MORVEX_EXTRA_PORTS", board.portPath().toLocal8Bit());
-
         MorvexWindow window;
         window.loadWindowState();
         const QString project = work.filePath("project");
         QCOMPARE(window.findChild<QLineEdit *>("pcFolderEdit")->text(), project);
-
         // The user opens the popup and presses the tick, changing nothing.
         QString offered;
         DialogAnswerer answerer([&](QWidget *widget) {
@@ -68,7 +66,6 @@ private slots:
         shown.removeAll("..");
         shown.sort();
         QCOMPARE(shown, boardFiles);
-
         // Both example packages unpack onto this board, by a double click each.
         for (const char *package : {"morse.zpack", "sensors.zfw"}) {
             // One answerer each: the second question may reuse the first one's address.

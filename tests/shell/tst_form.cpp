@@ -22,7 +22,6 @@ private slots:
         QTest::addColumn<QString>("shortcut");
         QTest::addColumn<QString>("icon"); // its name in the icon font, empty for none
         QTest::addColumn<bool>("checkable");
-
         const auto row = [](const char *name, const char *text, const char *tip, const char *shortcut, const char *icon,
                             bool checkable = false) { QTest::newRow(name) << name << text << tip << shortcut << icon << checkable; };
         row("actionExit", "Exit", "", "Ctrl+Q", "");

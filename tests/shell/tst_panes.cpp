@@ -41,7 +41,6 @@ private slots:
         auto *edit = w.findChild<QLineEdit *>("pcFolderEdit");
         QCOMPARE(edit->text(), QDir::homePath()); // no "UI/Dir": the home folder
         w.setState(MorvexWindow::MC_REPL);        // the file area is live only with the board at a prompt
-
         // Typing a file's path leaves the pane; each folder prefix moves it and is stored.
         edit->setText(dir.filePath("one/two/a.txt"));
         QCOMPARE(root(w), QDir::homePath());
@@ -53,7 +52,6 @@ private slots:
         up->click();
         QCOMPARE(root(w), dir.filePath("one"));
         QCOMPARE(QSettings().value("UI/Dir").toString(), dir.filePath("one"));
-
         QScopedPointer<DialogAnswerer> answer(DialogAnswerer::fileName(dir.filePath("one/two")));
         choose->click();
         QCOMPARE(answer->answered(), 1);
@@ -69,7 +67,6 @@ private slots:
         QTest::addColumn<QString>("name"); // "" for the empty part of the pane
         QTest::addColumn<int>("column");
         QTest::addColumn<int>("entry"); // the data of the entry chosen; -1 when no menu may open
-
         QTest::newRow("pc: Run on the MC") << true << "run.py" << 0 << 0;
         QTest::newRow("pc: Upload, from the size column") << true << "up.txt" << 1 << 1;
         QTest::newRow("pc: a folder has no menu") << true << "sub" << 0 << -1;
@@ -99,7 +96,6 @@ private slots:
         }
         const QPoint p = index.isValid() ? view->visualRect(index).center() : QPoint(5, view->viewport()->height() - 5);
         QVERIFY(index.isValid() || !view->indexAt(p).isValid());
-
         // Each entry's text, data and icon name; icons made before the window sets the colours are black on either theme.
         const QStringList texts = pc ? QStringList{"Run on the MC", "Upload", "Synchronize"} : QStringList{"Edit", "Download", "Remove"};
         const QStringList icons = pc ? QStringList{"build", "send", "swap_horizontal_circle"} : QStringList{"edit", "save", "delete"};
@@ -143,7 +139,6 @@ private slots:
         QTest::addColumn<QString>("setting");
         QTest::addColumn<int>("answer");   // 0: no question may come
         QTest::addColumn<QString>("outcome"); // a log line, "upload", "download", "editor", or "" for nothing
-
         // Not a zip inside: unpacking it is tried and refused.
         QTest::newRow("package, yes") << "fw.ZPACK" << "" << int(QMessageBox::Yes) << "Invalid package %1 - maybe not an zpack?";
         QTest::newRow("package, no copies it") << "fw.zfw" << "" << int(QMessageBox::No) << "upload";

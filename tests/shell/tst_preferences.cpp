@@ -67,7 +67,6 @@ private slots:
         QTest::addColumn<QString>("widget");
         QTest::addColumn<QString>("property");
         QTest::addColumn<QVariant>("shown");
-
         const auto row = [](const char *name, const QVariantMap &stored, const char *widget, const char *property,
                             const QVariant &shown) { QTest::newRow(name) << stored << widget << property << shown; };
         row("language number: System", {{"UI/Language", 96}}, "global_langCombo", "currentText", "System");
@@ -96,7 +95,6 @@ private slots:
         QTest::addColumn<QString>("language"); // chosen in the dialog; empty: nothing edited
         QTest::addColumn<QVariantMap>("written");
         QTest::addColumn<bool>("warned"); // of the language change, after a restart
-
         // Among them the dialog's two defaults that are the opposite of the editor's.
         QTest::newRow("empty store: the shown defaults") << QVariantMap() << "" << QVariantMap{
             {"UI/Language", ""}, {"MC/ClickAction", "edit"}, {"MC/TransferSize", 31}, {"MC/SubDirsSel", 2},
