@@ -14,52 +14,42 @@ class tst_Form : public QObject
 private slots:
     void init() { sandbox.clear(); }
 
+    // Texts and tool tips are the catalogue suite's: a changed one is a text the catalogue lacks.
     void actions_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("tip");
         QTest::addColumn<QString>("shortcut");
         QTest::addColumn<QString>("icon"); // its name in the icon font, empty for none
         QTest::addColumn<bool>("checkable");
-        const auto row = [](const char *name, const char *text, const char *tip, const char *shortcut, const char *icon,
-                            bool checkable = false) { QTest::newRow(name) << name << text << tip << shortcut << icon << checkable; };
-        row("actionExit", "Exit", "", "Ctrl+Q", "");
-        row("actionUpload", "Upload", "Upload the selected file", "Ctrl+U", "send");
-        row("actionDownload", "Download", "Download a file from the MC", "Ctrl+D", "save");
-        row("actionSync", "Sync", "Sync files between the PC and the MC", "", "swap_horizontal_circle");
-        row("actionAbort", "Abort", "Stop the virtual machine", "Ctrl+X", "cancel");
-        row("actionReset", "Reset", "Reset the MC", "Ctrl+Z", "restore");
-        row("actionDFU", "DFU", "Put the MC into the DFU mode", "", "system_update");
-        row("actionRemove", "Remove", "Remove a file from the MC", "", "delete");
-        row("actionEdit", "Edit", "Edit a MC file", "Ctrl+E", "edit");
-        row("actionUpload_Package", "Upload Package", "Upload a package to the MC", "", "archive");
-        row("actionNew_Directory", "New Directory", "Create a new directory in the MC flash", "Ctrl+Shift+N",
-            "create_new_folder");
-        row("actionNew_File", "New File", "Create a new file in the MC flash", "Ctrl+N", "add_circle");
-        row("actionLaunch", "Launch", "Launch the virtual machine", "", "launch");
-        row("actionConnect", "Connect", "Connect to a MVX device or disconnect from one", "Ctrl+O", "link");
-        row("actionReset_MC", "Reset MC", "Reset the MC after establishing a connection", "Ctrl+R", "refresh", true);
-        row("actionMonitor_Only", "Monitor Only", "Do not stop the virtual machine after establishing a connection",
-            "Ctrl+M", "visibility", true);
-        row("actionAutomatic_Reconnect", "Automatic Reconnect", "Automatically reconnect if the connection is aborted", "",
-            "autorenew", true);
+        const auto row = [](const char *name, const char *shortcut, const char *icon, bool checkable = false) {
+            QTest::newRow(name) << shortcut << icon << checkable;
+        };
+        row("actionExit", "Ctrl+Q", "");
+        row("actionUpload", "Ctrl+U", "send");
+        row("actionDownload", "Ctrl+D", "save");
+        row("actionSync", "", "swap_horizontal_circle");
+        row("actionAbort", "Ctrl+X", "cancel");
+        row("actionReset", "Ctrl+Z", "restore");
+        row("actionDFU", "", "system_update");
+        row("actionRemove", "", "delete");
+        row("actionEdit", "Ctrl+E", "edit");
+        row("actionUpload_Package", "", "archive");
+        row("actionNew_Directory", "Ctrl+Shift+N", "create_new_folder");
+        row("actionNew_File", "Ctrl+N", "add_circle");
+        row("actionLaunch", "", "launch");
+        row("actionConnect", "Ctrl+O", "link");
+        row("actionReset_MC", "Ctrl+R", "refresh", true);
+        row("actionMonitor_Only", "Ctrl+M", "visibility", true);
+        row("actionAutomatic_Reconnect", "", "autorenew", true);
     }
 
     void actions()
     {
-        QFETCH(QString, name);
-        QFETCH(QString, text);
-        QFETCH(QString, tip);
         QFETCH(QString, shortcut);
         QFETCH(QString, icon);
         QFETCH(bool, checkable);
         MorvexWindow w;
-        auto *action = w.findChild<QAction *>(name);
+        auto *action = w.findChild<QAction *>(QTest::currentDataTag());
         QVERIFY(action);
-        QCOMPARE(action->text(), text);
-        // An action without a tool tip of its own shows its text.
-        QCOMPARE(action->toolTip(), tip.isEmpty() ? text : tip);
         QCOMPARE(action->shortcut(), QKeySequence(shortcut));
         QVERIFY(icon.isEmpty() ? action->icon().isNull() : showsIcon(action->icon(), icon));
         QCOMPARE(action->isCheckable(), checkable);

@@ -45,22 +45,6 @@ class tst_Preferences : public QObject
 private slots:
     void init() { sandbox.clear(); }
 
-    void form()
-    {
-        Preferences dialog;
-        QCOMPARE(dialog.windowTitle(), QStringLiteral("Preferences"));
-        auto *tabs = child<QTabWidget>(dialog, "tabWidget");
-        QCOMPARE(tabs->tabPosition(), QTabWidget::West);
-        QStringList texts = {tabs->tabText(0), tabs->tabText(1)};
-        for (const char *name : {"global_darkCombo", "global_MCClickCombo", "globat_DirStructCombo", "editor_TabsCombo"}) {
-            auto *combo = child<QComboBox>(dialog, name);
-            for (int i = 0; i < combo->count(); ++i)
-                texts << combo->itemText(i);
-        }
-        QCOMPARE(texts.join('|'), QStringLiteral("Environment|Editor|Light|Dark|Edit File|Download File|Keep directory structure|"
-                                                 "Upload to the root directory|Always ask|Spaces|Tabs"));
-    }
-
     void load_data()
     {
         QTest::addColumn<QVariantMap>("stored");
