@@ -113,12 +113,6 @@ void tst_Catalogue::installTranslators()
     QFETCH(QString, language);
     QFETCH(bool, passStore);
     QFETCH(bool, appCatalogue);
-    // English first, and one language per catalogue.
-    const QList<QLocale> locales = availableLocales();
-    QCOMPARE(locales.value(0), QLocale("en_US"));
-    QVERIFY(locales.contains(QLocale("ru_RU")));
-    QCOMPARE(locales.size(), 1 + QDir(":/lang/").entryList({"*.qm"}).size());
-
     QSettings settings;
     settings.setValue("UI/Language", language);
     settings.sync();

@@ -204,8 +204,7 @@ tst_Panes::Session *tst_Panes::menuSession()
 {
     if (session)
         return session.get();
-    session.reset(new Session);
-    Session *s = session.get();
+    Session *s = (session = std::make_unique<Session>()).get();
     if (!writeLocalFile(s->local.filePath("run.py"), "print('ran here')\n") || !writeLocalFile(s->local.filePath("up.txt"), "up")
         || !QDir(s->local.path()).mkdir("sub") || !s->board.start() || !s->board.writeFile("down.txt", "down")
         || !s->board.writeFile("gone.txt", "gone") || !s->board.writeFile("lib/a.py", "a") || !connectBoard(s->window, s->board, 0))

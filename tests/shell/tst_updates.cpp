@@ -131,14 +131,13 @@ private slots:
         QTest::addColumn<bool>("automatic");
         QTest::addColumn<int>("lastCheckDaysAgo"); // -1: never checked
         QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("version");   // in the feed; "0.3.0" is newer
-        QTest::addColumn<bool>("connects");
-        QTest::newRow("not yet due: no connection") << true << 6 << 200 << QByteArray("0.3.0") << false;
-        QTest::newRow("first start only sets the clock") << true << -1 << 200 << QByteArray("0.3.0") << false;
-        QTest::newRow("automatic checks off") << false << 30 << 200 << QByteArray("0.3.0") << false;
-        QTest::newRow("due, nothing new: silent") << true << 8 << 200 << QByteArray("0.2.0") << true;
-        QTest::newRow("due, unreadable: silent") << true << 8 << 404 << QByteArray("0.3.0") << true;
-        QTest::newRow("due, newer: dialog") << true << 8 << 200 << QByteArray("0.3.0") << true;
+        QTest::addColumn<QByteArray>("version"); // in the feed; "0.3.0" is newer
+        QTest::newRow("not yet due: no connection") << true << 6 << 200 << QByteArray("0.3.0");
+        QTest::newRow("first start only sets the clock") << true << -1 << 200 << QByteArray("0.3.0");
+        QTest::newRow("automatic checks off") << false << 30 << 200 << QByteArray("0.3.0");
+        QTest::newRow("due, nothing new: silent") << true << 8 << 200 << QByteArray("0.2.0");
+        QTest::newRow("due, unreadable: silent") << true << 8 << 404 << QByteArray("0.3.0");
+        QTest::newRow("due, newer: dialog") << true << 8 << 200 << QByteArray("0.3.0");
     }
 
     void automaticCheck()
@@ -147,7 +146,6 @@ private slots:
         QFETCH(int, lastCheckDaysAgo);
         QFETCH(int, status);
         QFETCH(QByteArray, version);
-        QFETCH(bool, connects);
         FeedServer server(appcast(item(version, "https://h.w/n")), status);
         QSettings().setValue("Updates/Auto", automatic);
         const QDateTime now = QDateTime::currentDateTimeUtc();
@@ -158,7 +156,7 @@ private slots:
         FeedUpdater updater(server.url(), &owner);
         QSignalSpy finished(&updater, &FeedUpdater::checkFinished);
         const auto booked = [&] { return QSettings().value(FeedUpdater::lastCheckKey).toDateTime() >= now.addSecs(-1); };
-        if (!connects) {
+        if (!automatic || lastCheckDaysAgo < 7) {
             QVERIFY(automatic ? updater.nextAutomaticCheck() >= now.addDays(1) : !updater.nextAutomaticCheck().isValid());
             QVERIFY(lastCheckDaysAgo >= 0 || booked());
             // A due check would have connected by now.
@@ -204,7 +202,7 @@ private slots:
         QCOMPARE(last.secsTo(FeedUpdater("http://127.0.0.1:9/appcast.xml", &owner).nextAutomaticCheck()), qint64(seconds));
     }
 
-    // With automatic checks off the menu entry still checks; About and About Qt show their boxes.
+    // With automatic checks off the menu entry still checks; About and About Qt show their boxes (their texts are the catalogue's).
     void menuEntries()
     {
         FeedServer server(appcast(item("0.2.0")), 200);
@@ -224,7 +222,6 @@ private slots:
         windowAction(window, "actionAbout")->trigger();
         windowAction(window, "actionAbout_Qt")->trigger();
         QCOMPARE(boxes->titles(), QStringList({"Check for Updates", "Morvex", "Morvex"}));
-        QVERIFY(boxes->texts().value(1).startsWith("MVX Board Toolkit v0.2.0<br>Developed by: Halvorn Works LLC"));
     }
 };
 
