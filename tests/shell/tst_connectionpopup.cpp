@@ -114,10 +114,8 @@ private slots:
         // The window saves an accepted choice; a dismissed one must leave the store as it was.
         if (accepted)
             popup.save();
-        QSettings settings;
-        QCOMPARE(settings.value("UI/MC", 0).toInt(), accepted ? 1 : 0);
-        QCOMPARE(settings.value("UI/Baud").toString(), accepted ? QStringLiteral("57600") : QString());
-        QCOMPARE(settings.value("UI/Port").toString(), fakePort(accepted ? 1 : 0));
+        const QStringList stored = {QSettings().value("UI/MC", 0).toString(), QSettings().value("UI/Baud").toString(), QSettings().value("UI/Port").toString()};
+        QCOMPARE(stored, accepted ? QStringList({"1", "57600", fakePort(1)}) : QStringList({"0", "", fakePort(0)}));
         if (!accepted)
             return;
         // The port is set up from the choice; from the opposite of every setting, so each one is seen to be set.
@@ -129,8 +127,8 @@ private slots:
         QString serial = "stale";
         popup.configure(port, serial);
         QCOMPARE(port.portName() + ' ' + serial + ' ' + QString::number(port.baudRate()), fakePort(1) + "  57600"); // extra ports have no serial number
-        QVERIFY(port.parity() == QSerialPort::NoParity && port.stopBits() == QSerialPort::OneStop);
-        QVERIFY(port.dataBits() == QSerialPort::Data8 && port.flowControl() == QSerialPort::NoFlowControl);
+        QVERIFY(port.parity() == QSerialPort::NoParity && port.stopBits() == QSerialPort::OneStop && port.dataBits() == QSerialPort::Data8
+                && port.flowControl() == QSerialPort::NoFlowControl);
     }
 };
 

@@ -77,7 +77,6 @@ private slots:
         QTest::addColumn<bool>("dark");
         const QByteArray none;
         const QByteArray preferDark("[Settings]\ngtk-application-prefer-dark-theme=1\n");
-        const QByteArray light("[Settings]\ngtk-application-prefer-dark-theme=false\ngtk-theme-name=Adwaita\n");
         QTest::newRow("nothing known") << "" << "" << none << none << true << false;
         QTest::newRow("GTK_THEME variant") << "Adwaita:dark" << "" << none << none << true << true;
         QTest::newRow("GTK_THEME light beats all") << "Adwaita" << "prefer-dark" << preferDark << none << true << false;
@@ -85,7 +84,7 @@ private slots:
         QTest::newRow("scheme prefer-light beats ini") << "" << "prefer-light" << preferDark << none << true << false;
         QTest::newRow("scheme default, gtk3 prefers dark") << "" << "default" << preferDark << none << true << true;
         QTest::newRow("gtk3 dark theme name") << "" << "" << QByteArray("[Settings]\ngtk-theme-name = Yaru-dark\n") << none << true << true;
-        QTest::newRow("gtk4 before gtk3") << "" << "" << preferDark << light << true << false;
+        QTest::newRow("gtk4 before gtk3") << "" << "" << preferDark << QByteArray("[Settings]\ngtk-application-prefer-dark-theme=false\ngtk-theme-name=Adwaita\n") << true << false;
         QTest::newRow("gtk4 silent, gtk3 decides") << "" << "" << preferDark << QByteArray("[Settings]\ngtk-font-name=C 11\n") << true << true;
         QTest::newRow("other section and comments ignored")
             << "" << "" << QByteArray("[Other]\ngtk-application-prefer-dark-theme=1\n[Settings]\n#gtk-theme-name=Adwaita-dark\n")
@@ -121,8 +120,7 @@ private slots:
     {
         QTest::addColumn<QByteArray>("keyfile"); // compiled into the dconf database; null: no database
         QTest::addColumn<QString>("scheme");
-        const QByteArray dark("[org/gnome/desktop/interface]\ncolor-scheme='prefer-dark'\n");
-        QTest::newRow("prefer-dark") << dark << "prefer-dark";
+        QTest::newRow("prefer-dark") << QByteArray("[org/gnome/desktop/interface]\ncolor-scheme='prefer-dark'\n") << "prefer-dark";
         QTest::newRow("among other keys") << QByteArray("[org/gnome/desktop/interface]\ngtk-theme='Adwaita'\ncolor-scheme='default'\n"
                                                         "clock-format='24h'\n[org/gnome/desktop/wm/preferences]\nbutton-layout='close'\n")
                                           << "default";

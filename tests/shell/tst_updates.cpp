@@ -88,8 +88,7 @@ private slots:
         QTest::newRow("newest item is not the first")
             << appcast(item("0.1.0", "a") + item("0.4.1", "https://h.w/b") + item("0.3.0")) << 200 << newer("0.4.1", "https://h.w/b");
         QTest::newRow("version as an element, relative notes")
-            << appcast("<item><sparkle:version>0.2.1</sparkle:version><sparkle:releaseNotesLink>notes/0.2.1.html"
-                       "</sparkle:releaseNotesLink></item>")
+            << appcast("<item><sparkle:version>0.2.1</sparkle:version><sparkle:releaseNotesLink>notes/0.2.1.html</sparkle:releaseNotesLink></item>")
             << 200 << newer("0.2.1", "%2");
         QTest::newRow("same version") << appcast(item("0.2.0")) << 200 << upToDate;
         QTest::newRow("same, written shorter") << appcast(item("0.2")) << 200 << upToDate;
@@ -196,7 +195,6 @@ private slots:
         QFETCH(int, seconds);
         if (days.isValid())
             QSettings().setValue("Updates/Interval", days);
-        QCOMPARE(MVUpdater::checkIntervalSeconds(), quint64(seconds));
         const QDateTime last = QDateTime::currentDateTimeUtc().addSecs(-60);
         QSettings().setValue(FeedUpdater::lastCheckKey, last);
         QCOMPARE(last.secsTo(FeedUpdater("http://127.0.0.1:9/appcast.xml", &owner).nextAutomaticCheck()), qint64(seconds));
