@@ -1,226 +1,209 @@
-// The main window's form: actions, placement, start-up state and settings.
+// The main window's form: actions, placement, start-up state and settings;
+// its terminal and system log views: ANSI colours, time stamps, saving.
 #include "morvexwindowprobe.h"
 #include "testsupport.h"
 
-#include <QAction>
-#include <QGroupBox>
-#include <QMenu>
-#include <QMenuBar>
-#include <QProgressBar>
-#include <QSettings>
-#include <QEventLoop>
-#include <QTimer>
-#include <QTabWidget>
-#include <QTest>
-#include <QToolBar>
+#include <QtTest>
+#include <QtWidgets>
 
 class tst_Form : public QObject
 {
     Q_OBJECT
+    SettingsSandbox sandbox;
 
 private slots:
     void init() { sandbox.clear(); }
-    void actions_data();
-    void actions();
-    void placement_data();
-    void placement();
-    void startState();
-    void boardActionsSwitchExactlyNine();
-    void connectionFlags_data();
-    void connectionFlags();
-    void exitSkipsWindowState();
 
-private:
-    SettingsSandbox sandbox;
-};
-
-void tst_Form::actions_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("tip");
-    QTest::addColumn<QString>("shortcut");
-    QTest::addColumn<QString>("icon"); // its name in the icon font, empty for none
-    QTest::addColumn<bool>("checkable");
-
-    auto row = [](const char *name, const char *text, const char *tip, const char *shortcut, const char *icon,
-                  bool checkable = false) {
-        QTest::newRow(name) << name << text << tip << shortcut << icon << checkable;
-    };
-    row("actionExit", "Exit", "", "Ctrl+Q", "");
-    row("actionAbout", "About", "", "", "");
-    row("actionUpload", "Upload", "Upload the selected file", "Ctrl+U", "send");
-    row("actionDownload", "Download", "Download a file from the MC", "Ctrl+D", "save");
-    row("actionSync", "Sync", "Sync files between the PC and the MC", "", "swap_horizontal_circle");
-    row("actionAbort", "Abort", "Stop the virtual machine", "Ctrl+X", "cancel");
-    row("actionReset", "Reset", "Reset the MC", "Ctrl+Z", "restore");
-    row("actionDFU", "DFU", "Put the MC into the DFU mode", "", "system_update");
-    row("actionRemove", "Remove", "Remove a file from the MC", "", "delete");
-    row("actionEdit", "Edit", "Edit a MC file", "Ctrl+E", "edit");
-    row("actionPreferences", "Preferences", "", "", "");
-    row("actionUpload_Package", "Upload Package", "Upload a package to the MC", "", "archive");
-    row("actionNew_Directory", "New Directory", "Create a new directory in the MC flash", "Ctrl+Shift+N",
-        "create_new_folder");
-    row("actionNew_File", "New File", "Create a new file in the MC flash", "Ctrl+N", "add_circle");
-    row("actionLaunch", "Launch", "Launch the virtual machine", "", "launch");
-    row("actionSaveTerminal", "Terminal", "", "", "");
-    row("actionSaveSyslog", "Syslog", "", "", "");
-    row("actionClear_Syslog", "Clear Syslog", "", "", "");
-    row("actionClear_Terminal", "Clear Terminal", "", "", "");
-    row("actionConnect", "Connect", "Connect to a MVX device or disconnect from one", "Ctrl+O", "link");
-    row("actionReset_MC", "Reset MC", "Reset the MC after establishing a connection", "Ctrl+R", "refresh", true);
-    row("actionMonitor_Only", "Monitor Only", "Do not stop the virtual machine after establishing a connection",
-        "Ctrl+M", "visibility", true);
-    row("actionAutomatic_Reconnect", "Automatic Reconnect", "Automatically reconnect if the connection is aborted", "",
-        "autorenew", true);
-    row("actionAbout_Qt", "About Qt", "", "", "");
-    row("actionCheck_for_updates", "Check for Updates", "", "", "");
-}
-
-void tst_Form::actions()
-{
-    QFETCH(QString, name);
-    QFETCH(QString, text);
-    QFETCH(QString, tip);
-    QFETCH(QString, shortcut);
-    QFETCH(QString, icon);
-    QFETCH(bool, checkable);
-
-    MorvexWindow w;
-    auto *action = w.findChild<QAction *>(name);
-    QVERIFY(action);
-    QCOMPARE(action->text(), text);
-    // An action without a tool tip of its own shows its text.
-    QCOMPARE(action->toolTip(), tip.isEmpty() ? text : tip);
-    QCOMPARE(action->shortcut(), QKeySequence(shortcut));
-    QVERIFY(icon.isEmpty() ? action->icon().isNull() : showsIcon(action->icon(), icon));
-    QCOMPARE(action->isCheckable(), checkable);
-}
-
-void tst_Form::placement_data()
-{
-    QTest::addColumn<QString>("holder");
-    QTest::addColumn<QStringList>("contents");
-
-    QTest::newRow("menubar") << "menubar" << QStringList{"menuFile", "menuEdit", "menuHelp"};
-    QTest::newRow("menuFile") << "menuFile" << QStringList{"menuSave_Log", "-", "actionExit"};
-    QTest::newRow("menuSave_Log") << "menuSave_Log" << QStringList{"actionSaveTerminal", "actionSaveSyslog"};
-    QTest::newRow("menuEdit") << "menuEdit"
-                              << QStringList{"actionPreferences", "actionClear_Syslog", "actionClear_Terminal"};
-    QTest::newRow("menuHelp") << "menuHelp"
-                              << QStringList{"actionCheck_for_updates", "actionAbout_Qt", "actionAbout"};
-    QTest::newRow("a_connectionToolBar") << "a_connectionToolBar"
-                                         << QStringList{"actionConnect", "actionReset_MC", "actionMonitor_Only",
-                                                        "actionAutomatic_Reconnect"};
-    QTest::newRow("b_actionsToolBar") << "b_actionsToolBar"
-                                      << QStringList{"actionUpload", "actionDownload", "actionNew_File", "actionEdit",
-                                                     "actionRemove", "actionSync", "-", "actionUpload_Package", "-",
-                                                     "actionNew_Directory", "actionLaunch", "actionAbort",
-                                                     "actionReset", "actionDFU"};
-}
-
-void tst_Form::placement()
-{
-    QFETCH(QString, holder);
-    QFETCH(QStringList, contents);
-
-    MorvexWindow w;
-    auto *widget = w.findChild<QWidget *>(holder);
-    QVERIFY(widget);
-    QStringList names;
-    const auto actions = widget->actions();
-    for (const QAction *action : actions) {
-        if (action->isSeparator())
-            names << QStringLiteral("-");
-        else if (action->menu())
-            names << action->menu()->objectName();
-        else
-            names << action->objectName();
+    // Texts and tool tips are the catalogue suite's: a changed one is a text the catalogue lacks.
+    void actions_data()
+    {
+        QTest::addColumn<QString>("shortcut");
+        QTest::addColumn<QString>("icon"); // its name in the icon font, empty for none
+        QTest::addColumn<bool>("checkable");
+        const auto row = [](const char *name, const char *shortcut, const char *icon, bool checkable = false) {
+            QTest::newRow(name) << shortcut << icon << checkable;
+        };
+        row("actionExit", "Ctrl+Q", "");
+        row("actionUpload", "Ctrl+U", "send");
+        row("actionDownload", "Ctrl+D", "save");
+        row("actionSync", "", "swap_horizontal_circle");
+        row("actionAbort", "Ctrl+X", "cancel");
+        row("actionReset", "Ctrl+Z", "restore");
+        row("actionDFU", "", "system_update");
+        row("actionRemove", "", "delete");
+        row("actionEdit", "Ctrl+E", "edit");
+        row("actionUpload_Package", "", "archive");
+        row("actionNew_Directory", "Ctrl+Shift+N", "create_new_folder");
+        row("actionNew_File", "Ctrl+N", "add_circle");
+        row("actionLaunch", "", "launch");
+        row("actionConnect", "Ctrl+O", "link");
+        row("actionReset_MC", "Ctrl+R", "refresh", true);
+        row("actionMonitor_Only", "Ctrl+M", "visibility", true);
+        row("actionAutomatic_Reconnect", "", "autorenew", true);
     }
-    QCOMPARE(names, contents);
-}
 
-void tst_Form::startState()
-{
-    MorvexWindow w;
-    QCOMPARE(w.windowTitle(), QStringLiteral("Morvex"));
-    QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
-    QCOMPARE(w.findChild<QTabWidget *>("logTabWidget")->currentIndex(), 0);
-    QVERIFY(!w.findChild<QGroupBox *>("fileSystemGroup")->isEnabled());
-    QVERIFY(!w.findChild<QToolBar *>("b_actionsToolBar")->isEnabled());
-    QVERIFY(w.findChild<QToolBar *>("a_connectionToolBar")->isEnabled());
-    auto *bar = w.findChild<QProgressBar *>("progressBar");
-    QVERIFY(bar->isHidden());
-    QCOMPARE(bar->format(), QStringLiteral("%p% (%v of %m bytes)"));
-}
+    void actions()
+    {
+        QFETCH(QString, shortcut);
+        QFETCH(QString, icon);
+        QFETCH(bool, checkable);
+        MorvexWindow w;
+        auto *action = w.findChild<QAction *>(QTest::currentDataTag());
+        QVERIFY(action);
+        QCOMPARE(action->shortcut(), QKeySequence(shortcut));
+        QVERIFY(icon.isEmpty() ? action->icon().isNull() : showsIcon(action->icon(), icon));
+        QCOMPARE(action->isCheckable(), checkable);
+    }
 
-void tst_Form::boardActionsSwitchExactlyNine()
-{
-    MorvexWindow w;
-    const QStringList nine = {"actionUpload", "actionDownload", "actionNew_File", "actionNew_Directory", "actionEdit",
-                              "actionRemove", "actionSync", "actionUpload_Package", "actionLaunch"};
-    const auto all = w.findChildren<QAction *>();
-    for (bool on : {true, false, true}) {
-        w.setBoardActions(on);
-        for (const QAction *action : all) {
-            if (action->objectName().isEmpty())
-                continue;
-            const bool expected = nine.contains(action->objectName()) ? on : true;
-            QVERIFY2(action->isEnabled() == expected, qPrintable(action->objectName()));
+    void placement()
+    {
+        const char *placements[][2] = {
+            {"menubar", "menuFile menuEdit menuHelp"},
+            {"menuFile", "menuSave_Log - actionExit"},
+            {"menuSave_Log", "actionSaveTerminal actionSaveSyslog"},
+            {"menuEdit", "actionPreferences actionClear_Syslog actionClear_Terminal"},
+            {"menuHelp", "actionCheck_for_updates actionAbout_Qt actionAbout"},
+            {"a_connectionToolBar", "actionConnect actionReset_MC actionMonitor_Only actionAutomatic_Reconnect"},
+            {"b_actionsToolBar", "actionUpload actionDownload actionNew_File actionEdit actionRemove actionSync - actionUpload_Package - "
+                                 "actionNew_Directory actionLaunch actionAbort actionReset actionDFU"}};
+        MorvexWindow w;
+        for (const auto &placement : placements) {
+            QStringList names;
+            for (const QAction *action : w.findChild<QWidget *>(placement[0])->actions())
+                names << (action->isSeparator() ? "-" : action->menu() ? action->menu()->objectName() : action->objectName());
+            QCOMPARE(names.join(' '), QString::fromLatin1(placement[1]));
         }
     }
-}
 
-void tst_Form::connectionFlags_data()
-{
-    QTest::addColumn<bool>("reconnect");
-    QTest::addColumn<bool>("monitor");
-    QTest::newRow("both off") << false << false;
-    QTest::newRow("reconnect") << true << false;
-    QTest::newRow("monitor") << false << true;
-}
-
-void tst_Form::connectionFlags()
-{
-    QFETCH(bool, reconnect);
-    QFETCH(bool, monitor);
+    void startState()
     {
         MorvexWindow w;
-        w.loadWindowState();
-        QVERIFY(!w.findChild<QAction *>("actionAutomatic_Reconnect")->isChecked());
-        QVERIFY(!w.findChild<QAction *>("actionMonitor_Only")->isChecked());
-        w.findChild<QAction *>("actionAutomatic_Reconnect")->setChecked(reconnect);
-        w.findChild<QAction *>("actionMonitor_Only")->setChecked(monitor);
-        w.findChild<QAction *>("actionReset_MC")->setChecked(true);
-        w.saveConnectionFlags();
+        QCOMPARE(w.state(), MorvexWindow::MC_UNKNOWN);
+        QVERIFY(!w.findChild<QGroupBox *>("fileSystemGroup")->isEnabled());
+        QVERIFY(!w.findChild<QToolBar *>("b_actionsToolBar")->isEnabled());
+        QVERIFY(w.findChild<QToolBar *>("a_connectionToolBar")->isEnabled());
+        QVERIFY(w.findChild<QProgressBar *>("progressBar")->isHidden());
+        QCOMPARE(w.findChild<QProgressBar *>("progressBar")->format(), QStringLiteral("%p% (%v of %m bytes)"));
+        // The board actions switch as one, exactly these nine, and nothing else.
+        const QStringList nine = {"actionUpload", "actionDownload", "actionNew_File", "actionNew_Directory", "actionEdit",
+                                  "actionRemove", "actionSync", "actionUpload_Package", "actionLaunch"};
+        for (bool on : {true, false, true}) {
+            w.setBoardActions(on);
+            for (const QAction *action : w.findChildren<QAction *>()) {
+                if (!action->objectName().isEmpty())
+                    QVERIFY2(action->isEnabled() == (nine.contains(action->objectName()) ? on : true), qPrintable(action->objectName()));
+            }
+        }
     }
-    QSettings settings;
-    QCOMPARE(settings.value("MC/ConnRest").toBool(), reconnect);
-    QCOMPARE(settings.value("MC/MonOnly").toBool(), monitor);
-    MorvexWindow again;
-    again.loadWindowState();
-    QCOMPARE(again.findChild<QAction *>("actionAutomatic_Reconnect")->isChecked(), reconnect);
-    QCOMPARE(again.findChild<QAction *>("actionMonitor_Only")->isChecked(), monitor);
-    QVERIFY(!again.findChild<QAction *>("actionReset_MC")->isChecked());
-    sandbox.clear();
-}
 
-void tst_Form::exitSkipsWindowState()
-{
-    MorvexWindow w;
-    w.show();
-    // Exit quits the event loop straight away: no close event, so no window state.
-    QEventLoop loop;
-    QTimer::singleShot(0, &w, [&] { w.findChild<QAction *>("actionExit")->trigger(); });
-    QTimer::singleShot(5000, &loop, [&] { loop.exit(7); });
-    QCOMPARE(loop.exec(), 0);
-    QVERIFY(!QSettings().contains("UI/Geometry"));
-    QVERIFY(!QSettings().contains("UI/Win"));
-    // Closing the window is the path that saves it.
-    w.close();
-    QVERIFY(QSettings().contains("UI/Geometry"));
-    QVERIFY(QSettings().contains("UI/Win"));
-}
+    // One flag on and one off: a swapped key or a constant shows.
+    void connectionFlags()
+    {
+        {
+            MorvexWindow w;
+            w.loadWindowState();
+            QVERIFY(!w.findChild<QAction *>("actionAutomatic_Reconnect")->isChecked() && !w.findChild<QAction *>("actionMonitor_Only")->isChecked());
+            w.findChild<QAction *>("actionAutomatic_Reconnect")->setChecked(true);
+            w.findChild<QAction *>("actionReset_MC")->setChecked(true);
+            w.saveConnectionFlags();
+        }
+        QCOMPARE(QSettings().value("MC/ConnRest").toString() + QSettings().value("MC/MonOnly").toString(), QStringLiteral("truefalse"));
+        MorvexWindow again;
+        again.loadWindowState();
+        QVERIFY(again.findChild<QAction *>("actionAutomatic_Reconnect")->isChecked());
+        QVERIFY(!again.findChild<QAction *>("actionMonitor_Only")->isChecked() && !again.findChild<QAction *>("actionReset_MC")->isChecked());
+    }
+
+    void ansiToHtml_data()
+    {
+        QTest::addColumn<QString>("input");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("reset with nothing open") << "\x1b[0mA" << "A";
+        QTest::newRow("red then green stays open") << "\x1b[31mA\x1b[32mB" << "<font color=red>A</font><font color=green>B";
+        QTest::newRow("red then reset") << "\x1b[31mA\x1b[0mB" << "<font color=red>A</font>B";
+        QTest::newRow("black 30, bright 90 too") << "\x1b[30mA\x1b[90mB" << "<font color=black>A</font><font color=black>B";
+        QTest::newRow("only the last two parameters") << "\x1b[1;4;31mA" << "<font color=black></font><font color=red>A";
+        QTest::newRow("all colour names") << "\x1b[33ma\x1b[34mb\x1b[35mc\x1b[36md\x1b[37me"
+                                          << "<font color=yellow>a</font><font color=blue>b</font><font color=magenta>c"
+                                             "</font><font color=cyan>d</font><font color=white>e";
+        QTest::newRow("no digits, other sequences stay") << "\x1b[mA\x1b[2JB" << "\x1b[mA\x1b[2JB";
+        // An empty replacement near the start moves the search towards the end.
+        QTest::newRow("negative search start skips") << "\x1b[0mabc\x1b[31mX" << "abc\x1b[31mX";
+    }
+
+    void ansiToHtml()
+    {
+        QFETCH(QString, input);
+        QFETCH(QString, expected);
+        QCOMPARE(MorvexWindow::ansiToHtml(input), expected);
+        QCOMPARE(input, expected);
+    }
+
+    void timeStampedLines()
+    {
+        MorvexWindow window;
+        window.logLine("hello \x1b[31mred");
+        window.termLine("board says");
+        const QRegularExpression stamped("^\\[\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\]: (.*)$");
+        QCOMPARE(stamped.match(syslogText(window)).captured(1), QStringLiteral("hello red"));
+        QCOMPARE(stamped.match(terminalText(window)).captured(1), QStringLiteral("board says"));
+        // The prefix keeps the view's colour whatever the text's colours are.
+        const QString logHtml = window.findChild<QTextBrowser *>("logBrowser")->toHtml().toLower();
+        QVERIFY(logHtml.contains(MorvexWindowProbe::logTimeColor(window).toLower()) && logHtml.contains("#ff0000"));
+        QVERIFY(window.findChild<QTextBrowser *>("runtimeLogBrowser")->toHtml().toLower().contains(MorvexWindowProbe::termTimeColor(window).toLower()));
+    }
+
+    void saveLog_data()
+    {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<QString>("chosen"); // empty: the file dialog is cancelled
+        QTest::addColumn<QString>("written");
+        QTest::addColumn<QString>("content");
+        QTest::newRow("terminal, ending added") << "actionSaveTerminal" << "term" << "term.log" << "terminal line";
+        QTest::newRow("syslog, upper-case ending kept") << "actionSaveSyslog" << "SYS.LOG" << "SYS.LOG" << "log line";
+        QTest::newRow("cancelled") << "actionSaveSyslog" << "" << "" << "";
+    }
+
+    void saveLog()
+    {
+        QFETCH(QString, action);
+        QFETCH(QString, chosen);
+        QFETCH(QString, written);
+        QFETCH(QString, content);
+        QTemporaryDir dir;
+        MorvexWindow window;
+        window.termLine("terminal line");
+        if (!chosen.isEmpty())
+            window.logLine("log line <b>bold</b>");
+        QScopedPointer<DialogAnswerer> answer(DialogAnswerer::fileName(chosen.isEmpty() ? QString() : dir.filePath(chosen)));
+        window.findChild<QAction *>(action)->trigger();
+        QCOMPARE(answer->answered(), 1);
+        if (chosen.isEmpty()) {
+            QVERIFY(!QSettings().contains("UI/LogDir") && syslogText(window).isEmpty());
+            return;
+        }
+        const QString text = QString::fromUtf8(readLocalFile(dir.filePath(written)));
+        QVERIFY(text.contains(content) && !text.contains("<b>"));
+        QVERIFY(syslogText(window).contains(QStringLiteral("Saved to %1").arg(written)));
+        QCOMPARE(QDir(QSettings().value("UI/LogDir").toString()), QDir(dir.path()));
+    }
+
+    // Last: it quits the event loop.
+    void exitSkipsWindowState()
+    {
+        MorvexWindow w;
+        w.show();
+        // Exit quits the event loop straight away: no close event, so no window state.
+        QEventLoop loop;
+        QTimer::singleShot(0, &w, [&] { w.findChild<QAction *>("actionExit")->trigger(); });
+        QTimer::singleShot(5000, &loop, [&] { loop.exit(7); });
+        QCOMPARE(loop.exec(), 0);
+        QVERIFY(!QSettings().contains("UI/Geometry") && !QSettings().contains("UI/Win"));
+        // Closing the window is the path that saves it.
+        w.close();
+        QVERIFY(QSettings().contains("UI/Geometry") && QSettings().contains("UI/Win"));
+    }
+};
 
 QTEST_MAIN(tst_Form)
 #include "tst_form.moc"

@@ -1,201 +1,285 @@
+// The colour theme: the desktop's preference, the dconf read, and what is
+// applied; the icon font drawn in the theme's colours.
+#include "qfonticonengine.h"
+#include "qmaterialicon.h"
+#include "qmaterialicon_p.h"
 #include "testsupport.h"
 #include "theme.h"
 #include "theme_p.h"
 
-#include <QApplication>
-#include <QCommandLineParser>
-#include <QSettings>
 #include <QtTest>
+#include <QtWidgets>
+
+#include <memory>
+
+Q_DECLARE_METATYPE(QIcon::Mode)
+Q_DECLARE_METATYPE(QIcon::State)
+using Codes = QHash<QString, unsigned int>;
+
+namespace {
+const QColor activeButtonText(0x11, 0x22, 0x33);
+const QColor disabledButtonText(0x44, 0x55, 0x66);
+const QChar stop(0xe047); // a filled square
+
+bool isBlank(const QPixmap &pixmap)
+{
+    QImage blank(pixmap.size(), QImage::Format_ARGB32);
+    blank.fill(Qt::transparent);
+    return pixmap.toImage().convertToFormat(QImage::Format_ARGB32) == blank;
+}
+
+QImage stopAtPixelSize(int side, int pixelSize)
+{
+    QPixmap pixmap(side, side);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    QFont font(QStringLiteral("Material Icons"));
+    font.setPixelSize(pixelSize);
+    painter.setFont(font);
+    painter.drawText(QRect(0, 0, side, side), Qt::AlignCenter, QString(stop));
+    painter.end();
+    return pixmap.toImage();
+}
+} // namespace
 
 class TestTheme : public QObject
 {
     Q_OBJECT
-
-private slots:
-    void initTestCase() { lightPalette = QApplication::palette(); }
-    void cleanup();
-    void desktopDetection_data();
-    void desktopDetection();
-    void gnomeColorScheme_data();
-    void gnomeColorScheme();
-    void applyTheme_data();
-    void applyTheme();
-    void detectsOnce();
-
-private:
     SettingsSandbox sandbox;
     QPalette lightPalette;
-};
 
-void TestTheme::cleanup()
-{
-    qunsetenv("GTK_THEME");
-    qApp->setStyleSheet(QString());
-    QApplication::setPalette(lightPalette);
-    resetThemeDetection();
-    sandbox.clear();
-}
+private slots:
+    void initTestCase()
+    {
+        // Button text colours of the test's own, for the icons drawn without colours of theirs.
+        lightPalette = QApplication::palette();
+        lightPalette.setColor(QPalette::Active, QPalette::ButtonText, activeButtonText);
+        lightPalette.setColor(QPalette::Disabled, QPalette::ButtonText, disabledButtonText);
+        QApplication::setPalette(lightPalette);
+    }
 
-void TestTheme::desktopDetection_data()
-{
-    QTest::addColumn<QString>("gtkTheme");
-    QTest::addColumn<QString>("colorScheme");
-    QTest::addColumn<QByteArray>("gtk3");
-    QTest::addColumn<QByteArray>("gtk4");
-    QTest::addColumn<bool>("xdgSet"); // false: the files are found through $HOME/.config
-    QTest::addColumn<bool>("dark");
+    void cleanup()
+    {
+        qunsetenv("GTK_THEME");
+        qApp->setStyleSheet(QString());
+        QApplication::setPalette(lightPalette);
+        resetThemeDetection();
+        sandbox.clear();
+    }
 
-    const QByteArray none;
-    const QByteArray preferDark("[Settings]\ngtk-application-prefer-dark-theme=1\n");
-    const QByteArray light("[Settings]\ngtk-application-prefer-dark-theme=false\ngtk-theme-name=Adwaita\n");
+    void desktopDetection_data()
+    {
+        QTest::addColumn<QString>("gtkTheme");
+        QTest::addColumn<QString>("colorScheme");
+        QTest::addColumn<QByteArray>("gtk3");
+        QTest::addColumn<QByteArray>("gtk4");
+        QTest::addColumn<bool>("xdgSet"); // false: the files are found through $HOME/.config
+        QTest::addColumn<bool>("dark");
+        const QByteArray none;
+        const QByteArray preferDark("[Settings]\ngtk-application-prefer-dark-theme=1\n");
+        QTest::newRow("nothing known") << "" << "" << none << none << true << false;
+        QTest::newRow("GTK_THEME variant") << "Adwaita:dark" << "" << none << none << true << true;
+        QTest::newRow("GTK_THEME light beats all") << "Adwaita" << "prefer-dark" << preferDark << none << true << false;
+        QTest::newRow("scheme prefer-dark") << "" << "prefer-dark" << none << none << true << true;
+        QTest::newRow("scheme prefer-light beats ini") << "" << "prefer-light" << preferDark << none << true << false;
+        QTest::newRow("scheme default, gtk3 prefers dark") << "" << "default" << preferDark << none << true << true;
+        QTest::newRow("gtk3 dark theme name") << "" << "" << QByteArray("[Settings]\ngtk-theme-name = Yaru-dark\n") << none << true << true;
+        QTest::newRow("gtk4 before gtk3") << "" << "" << preferDark << QByteArray("[Settings]\ngtk-application-prefer-dark-theme=false\ngtk-theme-name=Adwaita\n") << true << false;
+        QTest::newRow("gtk4 silent, gtk3 decides") << "" << "" << preferDark << QByteArray("[Settings]\ngtk-font-name=C 11\n") << true << true;
+        QTest::newRow("other section and comments ignored")
+            << "" << "" << QByteArray("[Other]\ngtk-application-prefer-dark-theme=1\n[Settings]\n#gtk-theme-name=Adwaita-dark\n")
+            << none << true << false;
+        QTest::newRow("config under HOME") << "" << "" << preferDark << none << false << true;
+    }
 
-    QTest::newRow("nothing known") << "" << "" << none << none << true << false;
-    QTest::newRow("GTK_THEME variant") << "Adwaita:dark" << "" << none << none << true << true;
-    QTest::newRow("GTK_THEME light beats all") << "Adwaita" << "prefer-dark" << preferDark << none << true << false;
-    QTest::newRow("scheme prefer-dark") << "" << "prefer-dark" << none << none << true << true;
-    QTest::newRow("scheme prefer-light beats ini") << "" << "prefer-light" << preferDark << none << true << false;
-    QTest::newRow("scheme default, gtk3 prefers dark") << "" << "default" << preferDark << none << true << true;
-    QTest::newRow("gtk3 dark theme name") << "" << "" << QByteArray("[Settings]\ngtk-theme-name = Yaru-dark\n") << none
-                                          << true << true;
-    QTest::newRow("gtk4 before gtk3") << "" << "" << preferDark << light << true << false;
-    QTest::newRow("gtk4 silent, gtk3 decides") << "" << "" << preferDark << QByteArray("[Settings]\ngtk-font-name=Cantarell 11\n")
-                                               << true << true;
-    QTest::newRow("other section and comments ignored")
-        << "" << "" << QByteArray("[Other]\ngtk-application-prefer-dark-theme=1\n[Settings]\n#gtk-theme-name=Adwaita-dark\n")
-        << none << true << false;
-    QTest::newRow("config under HOME") << "" << "" << preferDark << none << false << true;
-}
+    void desktopDetection()
+    {
+        QFETCH(QString, gtkTheme);
+        QFETCH(QString, colorScheme);
+        QFETCH(QByteArray, gtk3);
+        QFETCH(QByteArray, gtk4);
+        QFETCH(bool, xdgSet);
+        QFETCH(bool, dark);
+        QTemporaryDir home;
+        const QString config = home.filePath(".config");
+        QVERIFY(gtk3.isNull() || writeLocalFile(config + "/gtk-3.0/settings.ini", gtk3));
+        QVERIFY(gtk4.isNull() || writeLocalFile(config + "/gtk-4.0/settings.ini", gtk4));
+        QProcessEnvironment env;
+        env.insert("HOME", home.path());
+        if (xdgSet)
+            env.insert("XDG_CONFIG_HOME", config);
+        if (!gtkTheme.isEmpty())
+            env.insert("GTK_THEME", gtkTheme);
+        bool asked = false;
+        QCOMPARE(desktopPrefersDark(env, [&] { asked = true; return colorScheme; }), dark);
+        // A set GTK_THEME spares reading the dconf database.
+        QCOMPARE(asked, gtkTheme.isEmpty());
+    }
 
-void TestTheme::desktopDetection()
-{
-    QFETCH(QString, gtkTheme);
-    QFETCH(QString, colorScheme);
-    QFETCH(QByteArray, gtk3);
-    QFETCH(QByteArray, gtk4);
-    QFETCH(bool, xdgSet);
-    QFETCH(bool, dark);
+    void gnomeColorScheme_data()
+    {
+        QTest::addColumn<QByteArray>("keyfile"); // compiled into the dconf database; null: no database
+        QTest::addColumn<QString>("scheme");
+        QTest::newRow("prefer-dark") << QByteArray("[org/gnome/desktop/interface]\ncolor-scheme='prefer-dark'\n") << "prefer-dark";
+        QTest::newRow("among other keys") << QByteArray("[org/gnome/desktop/interface]\ngtk-theme='Adwaita'\ncolor-scheme='default'\n"
+                                                        "clock-format='24h'\n[org/gnome/desktop/wm/preferences]\nbutton-layout='close'\n")
+                                          << "default";
+        QTest::newRow("same name elsewhere") << QByteArray("[org/gnome/other]\ncolor-scheme='prefer-dark'\n") << "";
+        QTest::newRow("not a string") << QByteArray("[org/gnome/desktop/interface]\ncolor-scheme=1\n") << "";
+        QTest::newRow("no database") << QByteArray() << "";
+    }
 
-    QTemporaryDir home;
-    const QString config = home.filePath(QStringLiteral(".config"));
-    if (!gtk3.isNull())
-        QVERIFY(writeLocalFile(config + QStringLiteral("/gtk-3.0/settings.ini"), gtk3));
-    if (!gtk4.isNull())
-        QVERIFY(writeLocalFile(config + QStringLiteral("/gtk-4.0/settings.ini"), gtk4));
+    void gnomeColorScheme()
+    {
+        QFETCH(QByteArray, keyfile);
+        QFETCH(QString, scheme);
+        // The database is made by dconf's own compiler, as the desktop makes it.
+        QTemporaryDir config;
+        const QString db = config.filePath("dconf/user");
+        if (!keyfile.isNull()) {
+            QByteArray output;
+            QVERIFY(writeLocalFile(config.filePath("keyfiles/00-test"), keyfile) && QDir().mkpath(config.filePath("dconf")));
+            QVERIFY2(runProgram("dconf", {"compile", db, config.filePath("keyfiles")}, QString(), &output), output.constData());
+        }
+        QProcessEnvironment env;
+        env.insert("XDG_CONFIG_HOME", config.path());
+        QCOMPARE(::gnomeColorScheme(env), scheme);
+    }
 
-    QProcessEnvironment env;
-    env.insert(QStringLiteral("HOME"), home.path());
-    if (xdgSet)
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), config);
-    if (!gtkTheme.isEmpty())
-        env.insert(QStringLiteral("GTK_THEME"), gtkTheme);
-    bool asked = false;
-    QCOMPARE(desktopPrefersDark(env, [&] { asked = true; return colorScheme; }), dark);
-    // A set GTK_THEME spares reading the dconf database.
-    QCOMPARE(asked, gtkTheme.isEmpty());
-}
+    void applyTheme_data()
+    {
+        QTest::addColumn<bool>("desktopDark");
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QVariant>("darkMode"); // the stored "UI/DarkMode", invalid when absent
+        QTest::addColumn<bool>("dark");
+        QTest::newRow("light desktop") << false << QStringList() << QVariant() << false;
+        QTest::newRow("dark desktop") << true << QStringList() << QVariant() << true;
+        QTest::newRow("ignore-dark beats DarkMode") << true << QStringList{"--ignore-dark"} << QVariant(true) << false;
+        QTest::newRow("DarkMode on light desktop") << false << QStringList() << QVariant(true) << true;
+        QTest::newRow("DarkMode off on dark desktop") << true << QStringList() << QVariant(false) << false;
+    }
 
-void TestTheme::gnomeColorScheme_data()
-{
-    QTest::addColumn<QByteArray>("keyfile"); // compiled into the dconf database; null: no database
-    QTest::addColumn<int>("keep");           // bytes of the database kept; -1 all of them
-    QTest::addColumn<QString>("scheme");
-
-    const QByteArray dark("[org/gnome/desktop/interface]\ncolor-scheme='prefer-dark'\n");
-    QTest::newRow("prefer-dark") << dark << -1 << "prefer-dark";
-    QTest::newRow("among other keys")
-        << QByteArray("[org/gnome/desktop/interface]\ngtk-theme='Adwaita'\ncolor-scheme='default'\nclock-format='24h'\n"
-                      "[org/gnome/desktop/wm/preferences]\nbutton-layout='close'\n")
-        << -1 << "default";
-    QTest::newRow("same name elsewhere") << QByteArray("[org/gnome/other]\ncolor-scheme='prefer-dark'\n") << -1 << "";
-    QTest::newRow("not a string") << QByteArray("[org/gnome/desktop/interface]\ncolor-scheme=1\n") << -1 << "";
-    QTest::newRow("no database") << QByteArray() << -1 << "";
-    QTest::newRow("truncated database") << dark << 60 << "";
-    QTest::newRow("header only") << dark << 24 << "";
-}
-
-void TestTheme::gnomeColorScheme()
-{
-    QFETCH(QByteArray, keyfile);
-    QFETCH(int, keep);
-    QFETCH(QString, scheme);
-
-    // The database is made by dconf's own compiler, as the desktop makes it.
-    QTemporaryDir config;
-    const QString db = config.filePath(QStringLiteral("dconf/user"));
-    if (!keyfile.isNull()) {
-        QVERIFY(writeLocalFile(config.filePath(QStringLiteral("keyfiles/00-test")), keyfile));
-        QVERIFY(QDir().mkpath(config.filePath(QStringLiteral("dconf"))));
-        QByteArray output;
-        QVERIFY2(runProgram(QStringLiteral("dconf"), {QStringLiteral("compile"), db, config.filePath(QStringLiteral("keyfiles"))},
-                            QString(), &output),
-                 output.constData());
-        if (keep >= 0) {
-            QFile file(db);
-            QVERIFY(file.resize(keep));
+    void applyTheme()
+    {
+        QFETCH(bool, desktopDark);
+        QFETCH(QStringList, arguments);
+        QFETCH(QVariant, darkMode);
+        QFETCH(bool, dark);
+        if (darkMode.isValid())
+            QSettings().setValue("UI/DarkMode", darkMode);
+        // GTK_THEME settles the desktop's answer without reading the dconf database.
+        qputenv("GTK_THEME", desktopDark ? "Adwaita:dark" : "Adwaita");
+        QCommandLineParser parser;
+        addThemeOption(parser);
+        QVERIFY(parser.parse(QStringList{"morvex"} + arguments));
+        QVERIFY(::applyTheme(&parser, "UI/DarkMode"));
+        QCOMPARE(isDarkTheme(), dark);
+        QCOMPARE(qApp->styleSheet().contains("QToolTip"), dark);
+        // Widgets and the icon engine read the palette of their class.
+        const QPalette palette = QApplication::palette("QWidget");
+        const QColor window = dark ? QColor(0x35, 0x35, 0x35) : lightPalette.color(QPalette::Window);
+        QCOMPARE(palette.color(QPalette::Window), window);
+        if (dark) {
+            // The active button is darker than the rest; disabled text is grey.
+            QCOMPARE(palette.color(QPalette::Active, QPalette::Button), QColor(0x40, 0x40, 0x40));
+            QCOMPARE(palette.color(QPalette::Inactive, QPalette::Button), window);
+            QCOMPARE(palette.color(QPalette::Disabled, QPalette::ButtonText), QColor(0x80, 0x80, 0x80));
         }
     }
-    QProcessEnvironment env;
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), config.path());
-    QCOMPARE(::gnomeColorScheme(env), scheme);
-}
 
-void TestTheme::applyTheme_data()
-{
-    QTest::addColumn<bool>("desktopDark");
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QVariant>("darkMode"); // the stored "UI/DarkMode", invalid when absent
-    QTest::addColumn<bool>("dark");
-
-    const QStringList ignore{QStringLiteral("--ignore-dark")};
-    QTest::newRow("light desktop") << false << QStringList() << QVariant() << false;
-    QTest::newRow("dark desktop") << true << QStringList() << QVariant() << true;
-    QTest::newRow("ignore-dark beats DarkMode") << true << ignore << QVariant(true) << false;
-    QTest::newRow("DarkMode on light desktop") << false << QStringList() << QVariant(true) << true;
-    QTest::newRow("DarkMode off on dark desktop") << true << QStringList() << QVariant(false) << false;
-}
-
-void TestTheme::applyTheme()
-{
-    QFETCH(bool, desktopDark);
-    QFETCH(QStringList, arguments);
-    QFETCH(QVariant, darkMode);
-    QFETCH(bool, dark);
-
-    if (darkMode.isValid())
-        QSettings().setValue(QStringLiteral("UI/DarkMode"), darkMode);
-    // GTK_THEME settles the desktop's answer without reading the dconf database.
-    qputenv("GTK_THEME", desktopDark ? "Adwaita:dark" : "Adwaita");
-    QCommandLineParser parser;
-    addThemeOption(parser);
-    QVERIFY(parser.parse(QStringList{QStringLiteral("morvex")} + arguments));
-    QVERIFY(::applyTheme(&parser, QStringLiteral("UI/DarkMode")));
-
-    QCOMPARE(isDarkTheme(), dark);
-    QCOMPARE(qApp->styleSheet().contains(QLatin1String("QToolTip")), dark);
-    // Widgets and the icon engine read the palette of their class.
-    const QPalette palette = QApplication::palette("QWidget");
-    if (!dark) {
-        QCOMPARE(palette.color(QPalette::Window), lightPalette.color(QPalette::Window));
-        return;
+    void detectsOnce()
+    {
+        qputenv("GTK_THEME", "Adwaita:dark");
+        QVERIFY(isDarkTheme());
+        qputenv("GTK_THEME", "Adwaita");
+        // Without a key the stored choice is not read either: the desktop's first answer stands.
+        QSettings().setValue("UI/DarkMode", false);
+        QVERIFY(::applyTheme(nullptr, QString()));
+        QVERIFY(isDarkTheme());
     }
-    const QColor window(0x35, 0x35, 0x35);
-    QCOMPARE(palette.color(QPalette::Window), window);
-    // The active button is darker than the rest; disabled text is grey.
-    QCOMPARE(palette.color(QPalette::Active, QPalette::Button), QColor(0x40, 0x40, 0x40));
-    QCOMPARE(palette.color(QPalette::Inactive, QPalette::Button), window);
-    QCOMPARE(palette.color(QPalette::Disabled, QPalette::ButtonText), QColor(0x80, 0x80, 0x80));
-}
 
-void TestTheme::detectsOnce()
-{
-    qputenv("GTK_THEME", "Adwaita:dark");
-    QVERIFY(isDarkTheme());
-    qputenv("GTK_THEME", "Adwaita");
-    // Without a key the stored choice is not read either: the desktop's first answer stands.
-    QSettings().setValue(QStringLiteral("UI/DarkMode"), false);
-    QVERIFY(::applyTheme(nullptr, QString()));
-    QVERIFY(isDarkTheme());
-}
+    void tableParser_data()
+    {
+        QTest::addColumn<QByteArray>("table");
+        QTest::addColumn<Codes>("codes"); // every name the table gives, with its code
+        QTest::addColumn<QStringList>("absent");
+        QTest::newRow("blank lines and no final line end") << QByteArray("alarm e855\n\n  \n add   e145 ") << Codes{{"alarm", 0xe855}, {"add", 0xe145}} << QStringList{""};
+        QTest::newRow("CRLF, tab is no separator") << QByteArray("alarm e855\r\nadd\te145\r\n") << Codes{{"alarm", 0xe855}} << QStringList{"add", "add\te145"};
+        QTest::newRow("more than two fields skipped") << QByteArray("alarm e855 x\nadd e145\n") << Codes{{"add", 0xe145}} << QStringList{"alarm"};
+        QTest::newRow("later line wins") << QByteArray("alarm e855\nalarm E856\n") << Codes{{"alarm", 0xe856}} << QStringList();
+        QTest::newRow("prefix is no match") << QByteArray("alarm_add e856\nalarm e855\n") << Codes{{"alarm_add", 0xe856}, {"alarm", 0xe855}} << QStringList{"alar", "alarm_"};
+        QTest::newRow("unreadable code reads 0") << QByteArray("alarm zz\n") << Codes{{"alarm", 0}} << QStringList();
+    }
+
+    void tableParser()
+    {
+        QFETCH(QByteArray, table);
+        QFETCH(Codes, codes);
+        QFETCH(QStringList, absent);
+        unsigned int code = 1;
+        for (auto it = codes.cbegin(); it != codes.cend(); ++it) {
+            QVERIFY2(lookupCodepoint(table, it.key().toUtf8(), &code), qPrintable(it.key()));
+            QCOMPARE(code, it.value());
+        }
+        for (const QString &name : absent)
+            QVERIFY2(!lookupCodepoint(table, name.toUtf8(), &code), qPrintable(name));
+    }
+
+    void glyphPixelSize()
+    {
+        // The icon's own colour must win over the base colour; neighbouring sizes must differ, or this proves nothing.
+        QMaterialIcon::instance()->setBase(Qt::green);
+        for (const QPair<int, int> &sides : {qMakePair(24, 19), qMakePair(16, 13)}) {
+            const QImage painted = QMaterialIcon::instance()->icon("stop", Qt::black).pixmap(sides.first).toImage();
+            QCOMPARE(painted, stopAtPixelSize(sides.first, sides.second));
+            QVERIFY(painted != stopAtPixelSize(sides.first, sides.second - 1) && painted != stopAtPixelSize(sides.first, sides.second + 1));
+        }
+    }
+
+    void paintColour_data()
+    {
+        QTest::addColumn<QColor>("base");
+        QTest::addColumn<QColor>("onColor");
+        QTest::addColumn<QIcon::Mode>("mode");
+        QTest::addColumn<QIcon::State>("state");
+        QTest::addColumn<QColor>("expected");
+        const QColor red(Qt::red), blue(Qt::blue);
+        QTest::newRow("unticked: base colour") << red << blue << QIcon::Normal << QIcon::Off << red;
+        QTest::newRow("ticked: on colour") << red << blue << QIcon::Active << QIcon::On << blue;
+        QTest::newRow("ticked, no on colour") << red << QColor() << QIcon::Normal << QIcon::On << red;
+        QTest::newRow("disabled, even ticked") << red << blue << QIcon::Disabled << QIcon::On << disabledButtonText;
+        QTest::newRow("selected") << red << blue << QIcon::Selected << QIcon::On << activeButtonText;
+        QTest::newRow("no base colour") << QColor() << QColor() << QIcon::Normal << QIcon::Off << activeButtonText;
+    }
+
+    void paintColour()
+    {
+        QFETCH(QColor, base);
+        QFETCH(QColor, onColor);
+        QFETCH(QIcon::Mode, mode);
+        QFETCH(QIcon::State, state);
+        QFETCH(QColor, expected);
+        QMaterialIcon *icons = QMaterialIcon::instance();
+        icons->setBase(base);
+        icons->setOnColor(onColor);
+        const QIcon icon = icons->icon("stop");
+        // Changed before painting: an icon keeps the colours of its creation.
+        icons->setBase(Qt::green);
+        icons->setOnColor(QColor());
+        QCOMPARE(icon.pixmap(48, mode, state).toImage().pixel(24, 24), expected.rgba());
+    }
+
+    void unknownNameAndCloneAreBlank()
+    {
+        bool ok = true;
+        QCOMPARE(int(QMaterialIcon::instance()->codepoint("no_such_icon", &ok).unicode()) + ok, 0);
+        QVERIFY(isBlank(QMaterialIcon::instance()->icon("no_such_icon", Qt::red).pixmap(32)));
+        QFontIconEngine engine("Material Icons", stop, Qt::red, Qt::blue);
+        const std::unique_ptr<QIconEngine> copy(engine.clone());
+        QVERIFY(!isBlank(engine.pixmap(QSize(32, 32), QIcon::Normal, QIcon::Off)));
+        QVERIFY(isBlank(copy->pixmap(QSize(32, 32), QIcon::Normal, QIcon::Off)));
+    }
+};
 
 QTEST_MAIN(TestTheme)
 #include "tst_theme.moc"
