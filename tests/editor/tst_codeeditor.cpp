@@ -74,8 +74,6 @@ private slots:
         QTest::newRow("skipped bytes are not looked at") << QByteArray("\xC3\xFF" "a") << false << "C3 FF 61";
         QTest::newRow("sequence cut off by the end") << QByteArray("ab\xF0\x9F") << false << "F0 9F";
         QTest::newRow("stray continuation after text") << QByteArray("ab\xBF") << true << "BF";
-        QTest::newRow("stray byte behind a skipped sequence") << QByteArray("\xE9" "ab\x80") << true << "80";
-        QTest::newRow("0xF8 lead") << QByteArray("\xF8\x88\x80\x80\x80") << true << "F8 88 80 80 80";
         QTest::newRow("0xFF") << QByteArray("a\xFF") << true << "0000: 61 FF";
         QTest::newRow("513 bytes, cut at 512")
             << counting << true << "01F0: F0 F1 F2 F3 F4 F5 F6 F7 F8 F9 FA FB FC FD FE FF\n0200: <...>";
@@ -112,7 +110,6 @@ private slots:
         row("conf.xml", "<a/>", "XML");
         row("page.txt", " \n\t<?XML version=\"1.0\"?>", "XML");
         row("index.HTML", "<p>", "HTML");
-        row("index.html", "<?xml?>", "XML");
         row("cfg.py", "{\"a\":1}", "Python");
         row("data.bin", "{\"a\":1}", "JSON", "{\n    \"a\": 1\n}\n");
         row("config.json", "{\"a\":1,}", "Other");
@@ -140,7 +137,6 @@ private slots:
         QCOMPARE(QMetaEnum::fromType<CodeEditor::Type>().valueToKey(dialog.fileType()), qPrintable(type));
         QCodeEditor *editor = textOf(dialog);
         QCOMPARE(editor->toPlainText(), shown == QLatin1String("=") ? QString::fromUtf8(data) : shown);
-        QVERIFY(button(dialog, "saveButton")->isEnabled() && button(dialog, "applyButton")->isEnabled());
         QStringList highlighters;
         for (const QStyleSyntaxHighlighter *h : dialog.findChildren<QStyleSyntaxHighlighter *>())
             highlighters << h->metaObject()->className() + QString(h->document() == editor->document() ? "" : "?");

@@ -13,15 +13,12 @@ class tst_QSyntaxStyle : public QObject
 private slots:
     void initTestCase();
     void sharedSchemes();
-    void formats_data();
-    void formats();
-    void loadMerges();
 
 private:
     SettingsSandbox sandbox;
 };
 
-// "foreground on background" ("-" when unset), then "bold", "italic", "underline N"; "none" if empty.
+// "foreground on background" ("-" when unset), then "bold", "italic"; "none" if empty.
 static QString describe(const QTextCharFormat &format)
 {
     if (format.properties().isEmpty())
@@ -31,8 +28,6 @@ static QString describe(const QTextCharFormat &format)
     };
     QString text = brush(QTextFormat::ForegroundBrush) + QLatin1String(" on ") + brush(QTextFormat::BackgroundBrush);
     text += QLatin1String(format.fontWeight() == QFont::Bold ? " bold" : "") + (format.fontItalic() ? " italic" : "");
-    if (format.hasProperty(QTextFormat::TextUnderlineStyle))
-        text += QStringLiteral(" underline %1").arg(format.underlineStyle());
     return text;
 }
 
@@ -122,67 +117,6 @@ void tst_QSyntaxStyle::sharedSchemes()
     expected.sort();
     sorted.sort();
     QCOMPARE(sorted, expected);
-}
-
-// Rows: the style elements of a scheme, the name looked up, the format found.
-void tst_QSyntaxStyle::formats_data()
-{
-    QTest::addColumn<QString>("styles");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("format");
-    const auto row = [](const char *tag, const QString &styles, const char *name, const QString &format) {
-        QTest::newRow(tag) << styles << name << format;
-    };
-    const QString keyword = QStringLiteral("<style name='Keyword' foreground='#010203'/>");
-    row("exact name", keyword, "Keyword", "#010203 on -");
-    row("other case", keyword, "keyword", "none");
-    row("later entry replaces whole", "<style name='S' foreground='#ff0000' bold='true'/><style name='S' "
-        "background='#00ff00'/>", "S", "- on #00ff00");
-    row("bare entry", "<style name='S'/>", "S", "none");
-    const QString attribute = QStringLiteral("<style name='S' %1/>");
-    row("bold true", attribute.arg("bold='true'"), "S", "- on - bold");
-    row("bold True", attribute.arg("bold='True'"), "S", "none");
-    row("italic TRUE", attribute.arg("italic='TRUE'"), "S", "none");
-    // The underline colour is never read: the underline keeps the text colour.
-    row("underline colour", attribute.arg("underlineColor='#ff0000'"), "S", "none");
-    const QPair<const char *, QTextCharFormat::UnderlineStyle> underlines[] = {
-        {"SingleUnderline", QTextCharFormat::SingleUnderline}, {"DashUnderline", QTextCharFormat::DashUnderline},
-        {"DotLine", QTextCharFormat::DotLine},                 {"DashDotLine", QTextCharFormat::DashDotLine},
-        {"DashDotDotLine", QTextCharFormat::DashDotDotLine},   {"WaveUnderline", QTextCharFormat::WaveUnderline},
-        {"SpellCheckUnderline", QTextCharFormat::SpellCheckUnderline},
-        {"Wave", QTextCharFormat::NoUnderline},                {"singleunderline", QTextCharFormat::NoUnderline}};
-    for (const auto &underline : underlines)
-        row(underline.first, attribute.arg(QStringLiteral("underlineStyle='%1'").arg(underline.first)), "S",
-            QStringLiteral("- on - underline %1").arg(underline.second));
-    row("all three", attribute.arg("bold='true' italic='true' underlineStyle='DotLine'"), "S",
-        QStringLiteral("- on - bold italic underline %1").arg(QTextCharFormat::DotLine));
-}
-
-void tst_QSyntaxStyle::formats()
-{
-    QFETCH(QString, styles);
-    QFETCH(QString, name);
-    QFETCH(QString, format);
-    QSyntaxStyle style;
-    QVERIFY(style.load(QStringLiteral("<style-scheme name='T'>%1</style-scheme>").arg(styles)));
-    QCOMPARE(describe(style.formatFor(name)), format);
-}
-
-void tst_QSyntaxStyle::loadMerges()
-{
-    // A broken document keeps what was read before the error.
-    QSyntaxStyle style;
-    QVERIFY(!style.load(QStringLiteral("<style-scheme name='Half'><style name='A' foreground='#112233'/>"
-                                       "<style name='C' foreground")));
-    QVERIFY(!style.isLoaded() && style.name() == QLatin1String("Half"));
-    QCOMPARE(describe(style.formatFor(QStringLiteral("A"))) + QLatin1Char('/') + describe(style.formatFor("C")),
-             QStringLiteral("#112233 on -/none"));
-    // A later document merges in and sets the flag anew; one without a name keeps the earlier name.
-    QVERIFY(style.load(QStringLiteral("<style-scheme><style name='D' italic='true'/></style-scheme>")));
-    QVERIFY(style.isLoaded() && style.name() == QLatin1String("Half") && style.formatFor("D").fontItalic());
-    QVERIFY(!style.load(QStringLiteral("<style-scheme name='Second'><oops")));
-    QVERIFY(!style.isLoaded() && style.name() == QLatin1String("Second"));
-    QCOMPARE(describe(style.formatFor(QStringLiteral("A"))), QStringLiteral("#112233 on -"));
 }
 
 QTEST_GUILESS_MAIN(tst_QSyntaxStyle)
