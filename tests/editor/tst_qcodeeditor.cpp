@@ -1,4 +1,5 @@
 #include "qcodeeditor.h"
+#include "qframedtextattribute.h"
 #include "qglslcompleter.h"
 #include "qlinenumberarea.h"
 #include "qpythoncompleter.h"
@@ -7,6 +8,7 @@
 #include "testsupport.h"
 
 #include <QAbstractItemView>
+#include <QAbstractTextDocumentLayout>
 #include <QApplication>
 #include <QScrollBar>
 #include <QTest>
@@ -192,6 +194,8 @@ private slots:
         for (const int end : pairs)
             seen.insert(end, QLatin1Char('^'));
         QCOMPARE(seen, marked);
+        // Frames are drawn only once their handler is registered with the layout.
+        QVERIFY(editor->document()->documentLayout()->handlerForObject(QFramedTextAttribute::objectType()));
         // The selection stays on the word.
         const QString word = plain.mid(qMin(anchor, cursor), qAbs(cursor - anchor));
         QCOMPARE(editor->textCursor().selectedText(), word);
