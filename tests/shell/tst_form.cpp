@@ -1,5 +1,5 @@
 // The main window's form: actions, placement, start-up state and settings;
-// its terminal and system log views: ANSI colours, time stamps, saving.
+// its terminal and system log views: time stamps, saving.
 #include "morvexwindow.h"
 #include "testsupport.h"
 
@@ -26,16 +26,11 @@ private slots:
         row("actionExit", "Ctrl+Q", "");
         row("actionUpload", "Ctrl+U", "send");
         row("actionDownload", "Ctrl+D", "save");
-        row("actionSync", "", "swap_horizontal_circle");
         row("actionAbort", "Ctrl+X", "cancel");
         row("actionReset", "Ctrl+Z", "restore");
-        row("actionDFU", "", "system_update");
-        row("actionRemove", "", "delete");
         row("actionEdit", "Ctrl+E", "edit");
-        row("actionUpload_Package", "", "archive");
         row("actionNew_Directory", "Ctrl+Shift+N", "create_new_folder");
         row("actionNew_File", "Ctrl+N", "add_circle");
-        row("actionLaunch", "", "launch");
         row("actionConnect", "Ctrl+O", "link");
         row("actionReset_MC", "Ctrl+R", "refresh", true);
         row("actionMonitor_Only", "Ctrl+M", "visibility", true);
@@ -110,26 +105,6 @@ private slots:
         again.loadWindowState();
         QVERIFY(again.findChild<QAction *>("actionAutomatic_Reconnect")->isChecked());
         QVERIFY(!again.findChild<QAction *>("actionMonitor_Only")->isChecked() && !again.findChild<QAction *>("actionReset_MC")->isChecked());
-    }
-
-    void ansiToHtml_data()
-    {
-        QTest::addColumn<QString>("input");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("reset with nothing open") << "\x1b[0mA" << "A";
-        QTest::newRow("red then green stays open") << "\x1b[31mA\x1b[32mB" << "<font color=red>A</font><font color=green>B";
-        QTest::newRow("red then reset") << "\x1b[31mA\x1b[0mB" << "<font color=red>A</font>B";
-        QTest::newRow("black 30, bright 90 too") << "\x1b[30mA\x1b[90mB" << "<font color=black>A</font><font color=black>B";
-        QTest::newRow("only the last two parameters") << "\x1b[1;4;31mA" << "<font color=black></font><font color=red>A";
-        QTest::newRow("no digits, other sequences stay") << "\x1b[mA\x1b[2JB" << "\x1b[mA\x1b[2JB";
-    }
-
-    void ansiToHtml()
-    {
-        QFETCH(QString, input);
-        QFETCH(QString, expected);
-        QCOMPARE(MorvexWindow::ansiToHtml(input), expected);
-        QCOMPARE(input, expected);
     }
 
     void timeStampedLines()

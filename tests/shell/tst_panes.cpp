@@ -70,7 +70,6 @@ private slots:
         QTest::newRow("board: Remove") << false << "gone.txt" << 0 << 2;
         QTest::newRow("board: the size column has no menu") << false << "down.txt" << 1 << -1;
         QTest::newRow("board: a folder has no menu") << false << "lib" << 0 << -1;
-        QTest::newRow("board: nothing under the pointer") << false << "" << 0 << -1;
     }
 
     void menuEffects()

@@ -1,7 +1,6 @@
 // The colour theme: the desktop's preference, the dconf read, and what is
 // applied; the icon font drawn in the theme's colours.
 #include "qmaterialicon.h"
-#include "qmaterialicon_p.h"
 #include "testsupport.h"
 #include "theme.h"
 #include "theme_p.h"
@@ -11,10 +10,8 @@
 
 Q_DECLARE_METATYPE(QIcon::Mode)
 Q_DECLARE_METATYPE(QIcon::State)
-using Codes = QHash<QString, unsigned int>;
 
 namespace {
-const QColor activeButtonText(0x11, 0x22, 0x33);
 const QColor disabledButtonText(0x44, 0x55, 0x66);
 } // namespace
 
@@ -27,9 +24,8 @@ class TestTheme : public QObject
 private slots:
     void initTestCase()
     {
-        // Button text colours of the test's own, for the icons drawn without colours of theirs.
+        // A disabled button text colour of the test's own, for the disabled icons.
         lightPalette = QApplication::palette();
-        lightPalette.setColor(QPalette::Active, QPalette::ButtonText, activeButtonText);
         lightPalette.setColor(QPalette::Disabled, QPalette::ButtonText, disabledButtonText);
         QApplication::setPalette(lightPalette);
     }
@@ -146,31 +142,6 @@ private slots:
         QCOMPARE(palette.color(QPalette::Window), window);
     }
 
-    void tableParser_data()
-    {
-        QTest::addColumn<QByteArray>("table");
-        QTest::addColumn<Codes>("codes"); // every name the table gives, with its code
-        QTest::addColumn<QStringList>("absent");
-        QTest::newRow("blank lines and no final line end") << QByteArray("alarm e855\n\n  \n add   e145 ") << Codes{{"alarm", 0xe855}, {"add", 0xe145}} << QStringList{""};
-        QTest::newRow("CRLF, tab is no separator") << QByteArray("alarm e855\r\nadd\te145\r\n") << Codes{{"alarm", 0xe855}} << QStringList{"add", "add\te145"};
-        QTest::newRow("more than two fields skipped") << QByteArray("alarm e855 x\nadd e145\n") << Codes{{"add", 0xe145}} << QStringList{"alarm"};
-        QTest::newRow("prefix is no match") << QByteArray("alarm_add e856\nalarm e855\n") << Codes{{"alarm_add", 0xe856}, {"alarm", 0xe855}} << QStringList{"alar", "alarm_"};
-    }
-
-    void tableParser()
-    {
-        QFETCH(QByteArray, table);
-        QFETCH(Codes, codes);
-        QFETCH(QStringList, absent);
-        unsigned int code = 1;
-        for (auto it = codes.cbegin(); it != codes.cend(); ++it) {
-            QVERIFY2(lookupCodepoint(table, it.key().toUtf8(), &code), qPrintable(it.key()));
-            QCOMPARE(code, it.value());
-        }
-        for (const QString &name : absent)
-            QVERIFY2(!lookupCodepoint(table, name.toUtf8(), &code), qPrintable(name));
-    }
-
     void paintColour_data()
     {
         QTest::addColumn<QColor>("base");
@@ -183,7 +154,6 @@ private slots:
         QTest::newRow("ticked: on colour") << red << blue << QIcon::Active << QIcon::On << blue;
         QTest::newRow("ticked, no on colour") << red << QColor() << QIcon::Normal << QIcon::On << red;
         QTest::newRow("disabled, even ticked") << red << blue << QIcon::Disabled << QIcon::On << disabledButtonText;
-        QTest::newRow("no base colour") << QColor() << QColor() << QIcon::Normal << QIcon::Off << activeButtonText;
     }
 
     void paintColour()

@@ -113,7 +113,6 @@ private slots:
         QSignalSpy finished(&updater, &FeedUpdater::checkFinished);
         QScopedPointer<DialogAnswerer> boxes(DialogAnswerer::messageBox(QMessageBox::Ok));
         updater.checkForUpdates();
-        QVERIFY(updater.isChecking());
         QVERIFY(finished.wait(10000));
         QCOMPARE(finished.at(0).at(0).toInt(), outcome);
         QVERIFY(waitFor([&] { return boxes->answered() == 1; }, 5000));
@@ -126,22 +125,31 @@ private slots:
     void automaticCheck_data()
     {
         QTest::addColumn<int>("lastCheckDaysAgo"); // -1: never checked
+        QTest::addColumn<QVariant>("interval"); // the stored "Updates/Interval", invalid when absent
+        QTest::addColumn<int>("days"); // the interval it gives
         QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("version"); // in the feed; "0.3.0" is newer
-        QTest::newRow("not yet due: no connection") << 6 << 200 << QByteArray("0.3.0");
-        QTest::newRow("first start only sets the clock") << -1 << 200 << QByteArray("0.3.0");
-        QTest::newRow("due, nothing new: silent") << 8 << 200 << QByteArray("0.2.0");
-        QTest::newRow("due, unreadable: silent") << 8 << 404 << QByteArray("0.3.0");
-        QTest::newRow("due, newer: dialog") << 8 << 200 << QByteArray("0.3.0");
+        QTest::newRow("not yet due: no connection") << 6 << QVariant() << 7 << 200 << QByteArray("0.3.0");
+        QTest::newRow("interval 0 gives one day") << 0 << QVariant(0) << 1 << 200 << QByteArray("0.3.0");
+        QTest::newRow("interval 1 gives one day") << 0 << QVariant(1) << 1 << 200 << QByteArray("0.3.0");
+        QTest::newRow("interval 7 gives seven") << 6 << QVariant(7) << 7 << 200 << QByteArray("0.3.0");
+        QTest::newRow("first start only sets the clock") << -1 << QVariant() << 7 << 200 << QByteArray("0.3.0");
+        QTest::newRow("due, nothing new: silent") << 8 << QVariant() << 7 << 200 << QByteArray("0.2.0");
+        QTest::newRow("due, unreadable: silent") << 8 << QVariant() << 7 << 404 << QByteArray("0.3.0");
+        QTest::newRow("due, newer: dialog") << 8 << QVariant() << 7 << 200 << QByteArray("0.3.0");
     }
 
     void automaticCheck()
     {
         QFETCH(int, lastCheckDaysAgo);
+        QFETCH(QVariant, interval);
+        QFETCH(int, days);
         QFETCH(int, status);
         QFETCH(QByteArray, version);
         FeedServer server(appcast(item(version, "https://h.w/n")), status);
         const QDateTime now = QDateTime::currentDateTimeUtc();
+        if (interval.isValid())
+            QSettings().setValue("Updates/Interval", interval);
         if (lastCheckDaysAgo >= 0)
             QSettings().setValue(FeedUpdater::lastCheckKey, now.addDays(-lastCheckDaysAgo));
         QSignalSpy connected(&server, &QTcpServer::newConnection);
@@ -149,9 +157,10 @@ private slots:
         FeedUpdater updater(server.url(), &owner);
         QSignalSpy finished(&updater, &FeedUpdater::checkFinished);
         const auto booked = [&] { return QSettings().value(FeedUpdater::lastCheckKey).toDateTime() >= now.addSecs(-1); };
-        if (lastCheckDaysAgo < 7) {
-            QVERIFY(updater.nextAutomaticCheck() >= now.addDays(1));
+        if (lastCheckDaysAgo < days) {
             QVERIFY(lastCheckDaysAgo >= 0 || booked());
+            const QDateTime last = QSettings().value(FeedUpdater::lastCheckKey).toDateTime();
+            QCOMPARE(last.secsTo(updater.nextAutomaticCheck()), days * qint64(86400));
             // A due check would have connected by now.
             QVERIFY(!connected.wait(FeedUpdater::startDelayMs + 1000));
             QVERIFY(finished.isEmpty());
@@ -170,27 +179,6 @@ private slots:
         }
         // The check is booked, and the next one is a whole interval away.
         QVERIFY(booked() && updater.nextAutomaticCheck() >= now.addDays(7).addSecs(-1));
-    }
-
-    void interval_data()
-    {
-        QTest::addColumn<QVariant>("days"); // invalid: key absent
-        QTest::addColumn<int>("seconds");
-        QTest::newRow("0 gives one day") << QVariant(0) << 86400;
-        QTest::newRow("1 gives one day") << QVariant(1) << 86400;
-        QTest::newRow("7 gives seven") << QVariant(7) << 604800;
-        QTest::newRow("absent gives seven") << QVariant() << 604800;
-    }
-
-    void interval()
-    {
-        QFETCH(QVariant, days);
-        QFETCH(int, seconds);
-        if (days.isValid())
-            QSettings().setValue("Updates/Interval", days);
-        const QDateTime last = QDateTime::currentDateTimeUtc().addSecs(-60);
-        QSettings().setValue(FeedUpdater::lastCheckKey, last);
-        QCOMPARE(last.secsTo(FeedUpdater("http://127.0.0.1:9/appcast.xml", &owner).nextAutomaticCheck()), qint64(seconds));
     }
 
     // With automatic checks off the menu entry still checks, once however often it is chosen.
