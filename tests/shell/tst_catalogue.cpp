@@ -74,7 +74,6 @@ private slots:
         QVERIFY2(runProgram(MORVEX_LUPDATE, QStringList{"-locations", "none"} + sources + QStringList{"-ts", ts}, QString(), &output),
                  output.constData());
         const QString merged = QString::fromUtf8(readLocalFile(ts));
-        QVERIFY(merged.count("<message") > 100);
         QStringList found;
         const QRegularExpression message("<source>(.*?)</source>.*?<translation( type=\"(\\w+)\")?>(.*?)</translation>",
                                          QRegularExpression::DotMatchesEverythingOption);

@@ -146,12 +146,11 @@ private slots:
         QCOMPARE(QDir(QSettings().value("UI/LogDir").toString()), QDir(dir.path()));
     }
 
-    // Last: it quits the event loop.
+    // Last: Exit quits the event loop straight away; no close event, so no window state.
     void exitSkipsWindowState()
     {
         MorvexWindow w;
         w.show();
-        // Exit quits the event loop straight away: no close event, so no window state.
         QEventLoop loop;
         QTimer::singleShot(0, &w, [&] { w.findChild<QAction *>("actionExit")->trigger(); });
         QTimer::singleShot(5000, &loop, [&] { loop.exit(7); });

@@ -84,7 +84,6 @@ private slots:
             dialog.findChild<QComboBox *>("global_langCombo")->setCurrentText(language);
         QScopedPointer<DialogAnswerer> ok(DialogAnswerer::messageBox(QMessageBox::Ok));
         dialog.save(); // a warning is modal: it has been answered when save returns
-        QCOMPARE(ok->titles(), warned ? QStringList{"Change Language"} : QStringList());
         QCOMPARE(ok->texts(), warned ? QStringList{warningText} : QStringList());
         const QMap<QString, QString> all = snapshot();
         for (auto it = written.cbegin(); it != written.cend(); ++it)

@@ -73,10 +73,7 @@ private slots:
         env.insert("HOME", home.path());
         if (!gtkTheme.isEmpty())
             env.insert("GTK_THEME", gtkTheme);
-        bool asked = false;
-        QCOMPARE(desktopPrefersDark(env, [&] { asked = true; return colorScheme; }), dark);
-        // A set GTK_THEME spares reading the dconf database.
-        QCOMPARE(asked, gtkTheme.isEmpty());
+        QCOMPARE(desktopPrefersDark(env, [&] { return colorScheme; }), dark);
     }
 
     void gnomeColorScheme_data()
@@ -135,7 +132,6 @@ private slots:
         QVERIFY(parser.parse(QStringList{"morvex"} + arguments));
         QVERIFY(::applyTheme(&parser, "UI/DarkMode"));
         QCOMPARE(isDarkTheme(), dark);
-        QCOMPARE(qApp->styleSheet().contains("QToolTip"), dark);
         // Widgets and the icon engine read the palette of their class.
         const QPalette palette = QApplication::palette("QWidget");
         const QColor window = dark ? QColor(0x35, 0x35, 0x35) : lightPalette.color(QPalette::Window);
