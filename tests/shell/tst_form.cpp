@@ -139,7 +139,6 @@ private slots:
         window.logLine("log line <b>bold</b>");
         QScopedPointer<DialogAnswerer> answer(DialogAnswerer::fileName(dir.filePath(chosen)));
         window.findChild<QAction *>(action)->trigger();
-        QCOMPARE(answer->answered(), 1);
         const QString text = QString::fromUtf8(readLocalFile(dir.filePath(written)));
         QVERIFY(text.contains(content) && !text.contains("<b>"));
         QVERIFY(syslogText(window).contains(QStringLiteral("Saved to %1").arg(written)));

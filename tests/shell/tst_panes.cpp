@@ -52,7 +52,6 @@ private slots:
         QCOMPARE(QSettings().value("UI/Dir").toString(), dir.filePath("one"));
         QScopedPointer<DialogAnswerer> answer(DialogAnswerer::fileName(dir.filePath("one/two")));
         choose->click();
-        QCOMPARE(answer->answered(), 1);
         QCOMPARE(QDir(root(w)), QDir(dir.filePath("one/two")));
     }
 

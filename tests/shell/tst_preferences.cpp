@@ -57,9 +57,11 @@ private slots:
         QTest::newRow("chunk 2000 shown and written as 1024") << QVariantMap{{"MC/TransferSize", 2000}} << ""
                                                               << QVariantMap{{"MC/TransferSize", 1024}} << false;
         QTest::newRow("target 7 shown as Always ask, written 2") << QVariantMap{{"MC/SubDirsSel", 7}} << "" << QVariantMap{{"MC/SubDirsSel", 2}} << false;
-        QTest::newRow("Download is not download") << QVariantMap{{"MC/ClickAction", "Download"}} << "" << QVariantMap{{"MC/ClickAction", "edit"}} << false;
+        QTest::newRow("Download is not download") << QVariantMap{{"MC/ClickAction", "Download"}} << ""
+                                                  << QVariantMap{{"MC/ClickAction", "edit"}} << false;
         const auto language = [](const char *name, const QVariant &stored, const char *chosen, const char *written, bool warned) {
-            QTest::newRow(name) << QVariantMap{{"UI/Language", stored}} << chosen << QVariantMap{{"UI/Language", written}} << warned;
+            QTest::newRow(name) << QVariantMap{{"UI/Language", stored}} << chosen
+                                << QVariantMap{{"UI/Language", written}} << warned;
         };
         language("language number from the first start shown as System", 96, "", "", true);
         language("same language", "ru_RU", "Russian (Russia)", "ru_RU", false);
