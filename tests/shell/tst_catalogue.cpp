@@ -54,8 +54,6 @@ private slots:
         QTest::newRow("the tree") << QByteArray() << QStringList();
         QTest::newRow("a new text of a known context") << call + "\"MorvexWindow\", \"Nobody translated this\"); }\n"
                                                        << QStringList{"unfinished: Nobody translated this"};
-        QTest::newRow("a known text in another context") << call + "\"Preferences\", \"Connected to %1\"); }\n"
-                                                         << QStringList{"unfinished: Connected to %1"};
     }
 
     // lupdate merges the code's texts into a copy of the catalogue: whatever it
@@ -76,7 +74,6 @@ private slots:
         QVERIFY2(runProgram(MORVEX_LUPDATE, QStringList{"-locations", "none"} + sources + QStringList{"-ts", ts}, QString(), &output),
                  output.constData());
         const QString merged = QString::fromUtf8(readLocalFile(ts));
-        QVERIFY(merged.count("<message") > 100);
         QStringList found;
         const QRegularExpression message("<source>(.*?)</source>.*?<translation( type=\"(\\w+)\")?>(.*?)</translation>",
                                          QRegularExpression::DotMatchesEverythingOption);
@@ -91,23 +88,21 @@ private slots:
     void installTranslators_data()
     {
         QTest::addColumn<QString>("language");
-        QTest::addColumn<bool>("passStore"); // false: the default store is read, as the program does
         QTest::addColumn<bool>("appCatalogue");
-        QTest::newRow("ru_RU from the default store") << "ru_RU" << false << true;
-        QTest::newRow("ru_RU") << "ru_RU" << true << true;
-        QTest::newRow("ru alone") << "ru" << true << true;
-        QTest::newRow("en_US has no catalogue") << "en_US" << true << false;
+        // The default store is read, as the program does.
+        QTest::newRow("ru_RU") << "ru_RU" << true;
+        QTest::newRow("ru alone") << "ru" << true;
+        QTest::newRow("en_US has no catalogue") << "en_US" << false;
     }
 
     void installTranslators()
     {
         QFETCH(QString, language);
-        QFETCH(bool, passStore);
         QFETCH(bool, appCatalogue);
         QSettings settings;
         settings.setValue("UI/Language", language);
         settings.sync();
-        const QList<QTranslator *> translators = ::installTranslators(*qApp, passStore ? &settings : nullptr, "lang");
+        const QList<QTranslator *> translators = ::installTranslators(*qApp, nullptr, "lang");
         // The application's catalogue comes last, so it is searched first.
         QCOMPARE(!translators.isEmpty() && translators.last()->filePath() == ":/lang/Morvex_ru_RU.qm", appCatalogue);
         if (appCatalogue) {
