@@ -11,12 +11,9 @@ struct MorvexWindowProbe
     static QString &portName(MorvexWindow &w) { return w.portName; }
     static MorvexWindow::MC_TYPES &mcType(MorvexWindow &w) { return w.mcType; }
     static MorvexWindow::MC_STATE &mcState(MorvexWindow &w) { return w.mcState; }
-    static bool &stopOnConnect(MorvexWindow &w) { return w.stopOnConnect; }
     static QTimer &reconnectTimer(MorvexWindow &w) { return w.reconnectTimer; }
     static MCDirModel &mcModel(MorvexWindow &w) { return w.mcModel; }
     static QFileSystemModel &pcModel(MorvexWindow &w) { return w.pcModel; }
-    static QString &termTimeColor(MorvexWindow &w) { return w.termTimeColor; }
-    static QString &logTimeColor(MorvexWindow &w) { return w.logTimeColor; }
     static QuaZip *&zpackArchive(MorvexWindow &w) { return w.zpackArchive; }
     static TarArchive *&zfwArchive(MorvexWindow &w) { return w.zfwArchive; }
     static QTemporaryFile *&editTemp(MorvexWindow &w) { return w.editTemp; }
