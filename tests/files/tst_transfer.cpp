@@ -26,9 +26,6 @@ private slots:
         QTest::addColumn<QVariant>("setting"); // MC/TransferSize
         QTest::addColumn<bool>("viaFile");     // uploadFile, which refuses some characters
         QTest::addColumn<QByteArrayList>("sent"); // besides the data packets; empty: refused
-        QTest::newRow("no setting, empty file")
-            << "empty.bin" << QVariant() << false
-            << QByteArrayList{"_upload('/flash/empty.bin', 512)\x04", "!0000000000", "@0000000000"};
         QTest::newRow("31 means the default") << "c31.bin" << QVariant(31) << false
             << QByteArrayList{"_upload('/flash/c31.bin', 512)\x04"};
         QTest::newRow("32 is used") << "c32.bin" << QVariant(32) << false
@@ -54,7 +51,7 @@ private slots:
         QVERIFY(s);
         if (setting.isValid())
             QSettings().setValue(QStringLiteral("MC/TransferSize"), setting);
-        const QByteArray data = randomBytes(name.startsWith(QLatin1String("empty")) ? 0 : 1000, 11);
+        const QByteArray data = randomBytes(1000, 11);
         const QString source = local.filePath(QStringLiteral("source.bin"));
         const int before = s->board.received().size();
         QCOMPARE(viaFile ? writeLocalFile(source, data) && s->window->uploadFile(source, "/flash/" + name)
