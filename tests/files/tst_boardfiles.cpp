@@ -4,9 +4,7 @@
 #include "testsupport.h"
 #include "virtualboard.h"
 
-#include <QAbstractItemModelTester>
 #include <QAction>
-#include <QJsonDocument>
 #include <QSettings>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -51,42 +49,6 @@ private slots:
     void init() { sandbox.clear(); }
     void cleanupTestCase() { window.reset(); }
 
-    void model_data()
-    {
-        QTest::addColumn<QString>("size"); // as the board lists it
-        QTest::addColumn<QString>("text");
-        QTest::newRow("negative") << "-1" << "";
-        QTest::newRow("zero") << "0" << "";
-        QTest::newRow("one") << "1" << "1";
-        QTest::newRow("1230") << "1230" << "1230";
-        QTest::newRow("1231") << "1231" << "1.2kB";
-        QTest::newRow("1048576") << "1048576" << "1024.0kB";
-        QTest::newRow("1048577") << "1048577" << "1.0Mb";
-        QTest::newRow("2097152") << "2097152" << "2.0Mb";
-        QTest::newRow("not a number: unknown") << "\"big\"" << "";
-    }
-
-    void model()
-    {
-        QFETCH(QString, size);
-        QFETCH(QString, text);
-        MCDirModel model;
-        QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        model.append({QStringLiteral("..")}, true);
-        model.appendExt(QJsonDocument::fromJson(R"([{"n":"lib","s":-1},{"n":"x"}])").array(), true);
-        model.appendExt(QJsonDocument::fromJson(QStringLiteral(R"([{"n":"a.py","s":%1}])").arg(size).toUtf8()).array(), false);
-        QCOMPARE(model.rowCount(), 4);
-        QCOMPARE(model.index(3, 1).data().toString(), text);
-        QCOMPARE(model.flags(model.index(0, 0)), Qt::ItemIsEnabled);
-        QVERIFY(showsIcon(model.index(0, 0).data(Qt::DecorationRole).value<QIcon>(), QStringLiteral("folder")));
-        QVERIFY(showsIcon(model.index(3, 0).data(Qt::DecorationRole).value<QIcon>(), QStringLiteral("insert_drive_file")));
-        QCOMPARE(model.headerData(1, Qt::Horizontal).toString(), QStringLiteral("Size"));
-        model.setRootPath(QStringLiteral("/flash"));
-        QCOMPARE(model.filePath(model.index(3, 0)), QStringLiteral("/flash/a.py"));
-        QVERIFY(model.hasDir(QStringLiteral("lib")) && !model.hasFile(QStringLiteral("lib")));
-        QVERIFY(model.hasFile(QStringLiteral("a.py")) && !model.hasDir(QStringLiteral("a.py")));
-    }
-
     void listing_data()
     {
         QTest::addColumn<QStringList>("options");
@@ -96,7 +58,6 @@ private slots:
             << QStringList{"../:", "lib/:", "a.py:", "b.bin:", "empty.txt:"};
         QTest::newRow("esp32 root has no parent row")
             << QStringList{"--family", "esp32"} << "" << QStringList{"lib/:", "a.py:1.5kB", "b.bin:12", "empty.txt:"};
-        QTest::newRow("empty directory") << QStringList() << "/flash/lib/deeper" << QStringList{"../:"};
         QTest::newRow("stm32 root") << QStringList() << "/" << QStringList{"flash/:"};
         // An empty command key stands for the built-in command.
         QTest::newRow("empty listing commands")
@@ -113,7 +74,7 @@ private slots:
                 QSettings().setValue(QLatin1String(key), QString());
         VirtualBoard board;
         QVERIFY(board.start(options));
-        QVERIFY(QDir().mkpath(board.fsPath() + "/lib/deeper"));
+        QVERIFY(QDir().mkpath(board.fsPath() + "/lib"));
         QVERIFY(board.writeFile(QStringLiteral("a.py"), QByteArray(1500, 'x')));
         QVERIFY(board.writeFile(QStringLiteral("empty.txt"), QByteArray()));
         QVERIFY(board.writeFile(QStringLiteral("b.bin"), QByteArray(12, 'b')));
@@ -125,7 +86,6 @@ private slots:
         std::sort(listed.begin(), listed.begin() + dirs);
         std::sort(listed.begin() + dirs, listed.end());
         QCOMPARE(listed, expected);
-        QCOMPARE(MorvexWindowProbe::mcModel(w).rootPath, folder.endsWith('/') ? folder : folder + '/');
     }
 
     // Into a folder by a double click and back by "..", a name the listing cannot carry, and New Directory on a taken name.
@@ -146,11 +106,6 @@ private slots:
         QCOMPARE(open(".."), QStringLiteral("/flash/"));
         QCOMPARE(open(".."), QStringLiteral("/"));
         QVERIFY(!rows(*w).contains(QStringLiteral("../:")));
-        // At the root a ".." row does not exist; a stale one sends nothing.
-        MorvexWindowProbe::mcModel(*w).append({QStringLiteral("..")}, true);
-        const int before = board.received().size();
-        QCOMPARE(open(".."), QStringLiteral("/"));
-        QCOMPARE(board.received().size(), before);
 
         QVERIFY(board.writeFile(QStringLiteral("it's/a.txt"), "a"));
         w->changeBoardDir(QStringLiteral("/flash/it's"));
@@ -164,37 +119,6 @@ private slots:
         windowAction(*w, "actionNew_Directory")->trigger();
         QCOMPARE(input->answered(), 1);
         QCOMPARE(boxes->texts(), QStringList{"A directory with the same name already exists"});
-    }
-
-    void makeBoardDirs_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QStringList>("commands");
-        QTest::addColumn<QStringList>("created");
-        QTest::newRow("absolute, every prefix") << "/flash/one/sub" << QStringList{"/flash", "/flash/one", "/flash/one/sub"}
-                                                << QStringList{"one", "one/sub"};
-        QTest::newRow("relative, index 1 skipped") << "x/y" << QStringList{"x/y"} << QStringList();
-        QTest::newRow("relative two levels") << "ab/cd" << QStringList{"ab", "ab/cd"} << QStringList{"ab", "ab/cd"};
-        QTest::newRow("one character sends nothing") << "a" << QStringList() << QStringList();
-        QTest::newRow("root") << "/" << QStringList() << QStringList();
-    }
-
-    void makeBoardDirs()
-    {
-        QFETCH(QString, path);
-        QFETCH(QStringList, commands);
-        QFETCH(QStringList, created);
-        MorvexWindow *w = shared();
-        QVERIFY(w);
-        const int before = syslogMessages(*w).size();
-        const int sentBefore = board.received().size();
-        QVERIFY(w->makeBoardDirs(path));
-        QStringList logged = syslogMessages(*w).mid(before).filter(QStringLiteral("Creating dir "));
-        QCOMPARE(logged.replaceInStrings(QStringLiteral("Creating dir "), QString()), commands);
-        // Paste mode, or nothing at all.
-        QCOMPARE(board.received().mid(sentBefore).left(1), commands.isEmpty() ? QByteArray() : QByteArray("\x05"));
-        for (const QString &dir : created)
-            QVERIFY2(QFileInfo(board.fsPath() + '/' + dir).isDir(), qPrintable(dir));
     }
 
     void remove()

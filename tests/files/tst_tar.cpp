@@ -10,7 +10,6 @@
 namespace {
 const QString prefixed = "pkg/" + QString(60, QLatin1Char('p')) + "/" + QString(50, QLatin1Char('n'));
 const QString longName = "long/" + QString(115, QLatin1Char('l'));
-
 } // namespace
 
 class tst_Tar : public QObject
@@ -50,21 +49,12 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
                           {archive(QStringLiteral("python.tar"))}));
 
         const QByteArray ustar = readLocalFile(archive(QStringLiteral("ustar.tar")));
-        QByteArray first = ustar, second = ustar;
-        first[0] = 'S';
+        QByteArray second = ustar;
         second[1024 + 1] = char(second.at(1024 + 1) ^ 0x01);
         QVERIFY(writeLocalFile(archive(QStringLiteral("empty.tar")), QByteArray()));
         QVERIFY(writeLocalFile(archive(QStringLiteral("zero.tar")), QByteArray(1024, '\0')));
-        QVERIFY(writeLocalFile(archive(QStringLiteral("flipped-first.tar")), first));
         QVERIFY(writeLocalFile(archive(QStringLiteral("flipped-second.tar")), second));
         QVERIFY(writeLocalFile(archive(QStringLiteral("truncated.tar")), ustar.left(3072 + 88))); // 88 bytes of five13.bin
-
-        // A member whose end lies exactly 4 GiB on: the next position wraps round to 0.
-        TarArchive huge;
-        QCOMPARE(tar_open(&huge, qPrintable(archive(QStringLiteral("wrap.tar"))), "w"), int(TAR_ESUCCESS));
-        QCOMPARE(tar_write_file_header(&huge, "huge.bin", 0xFFFFFE00u), int(TAR_ESUCCESS));
-        QCOMPARE(tar_finalize(&huge), int(TAR_ESUCCESS));
-        QCOMPARE(tar_close(&huge), int(TAR_ESUCCESS));
     }
 
     void walk_data()
@@ -90,11 +80,8 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
                                        << end;
         QTest::newRow("prefix") << "prefix.tar" << 0 << QStringList{"0 " + joined + " 0 8 1"} << end;
         QTest::newRow("truncated in the last member") << "truncated.tar" << 0 << four << int(TAR_EREADFAIL);
-        QTest::newRow("a member that reaches past 4 GiB ends the walk")
-            << "wrap.tar" << 0 << QStringList{"0 huge.bin 0 4294966784 0"} << int(TAR_ESEEKFAIL);
         QTest::newRow("flipped byte in the second header")
             << "flipped-second.tar" << 0 << QStringList(four.mid(0, 1)) << int(TAR_EBADCHKSUM);
-        QTest::newRow("flipped byte in the first header") << "flipped-first.tar" << int(TAR_EBADCHKSUM) << QStringList{} << 0;
         QTest::newRow("empty file") << "empty.tar" << int(TAR_EREADFAIL) << QStringList() << 0;
         QTest::newRow("zero record first") << "zero.tar" << int(TAR_ENULLRECORD) << QStringList() << 0;
         QTest::newRow("missing file") << "absent.tar" << int(TAR_EOPENFAIL) << QStringList() << 0;
@@ -139,22 +126,17 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
         QTest::addColumn<QList<int>>("pieces");
         QTest::addColumn<QByteArray>("expected");
         QTest::addColumn<int>("code");
-        QTest::addColumn<QString>("following"); // the member tar_next reaches afterwards
         using L = QList<int>;
-        QTest::newRow("513 bytes in one read") << "ustar.tar" << "five13.bin" << 0 << L{513} << randomBytes(513, 7) << 0 << "";
-        QTest::newRow("512 bytes in two reads")
-            << "ustar.tar" << "five12.bin" << 0 << L{500, 12} << randomBytes(512, 7) << 0 << "five13.bin";
-        QTest::newRow("empty member") << "ustar.tar" << "zero.bin" << 0 << L{0} << QByteArray() << 0 << "five12.bin";
-        QTest::newRow("pax global header records") << "python.tar" << "././@PaxHeader" << 0 << L{49}
-            << QByteArray("17 board=PYBv1.1\n13 mod=flash\n19 comment=nightly\n") << 0 << "lib/";
+        QTest::newRow("513 bytes in one read") << "ustar.tar" << "five13.bin" << 0 << L{513} << randomBytes(513, 7) << 0;
+        QTest::newRow("512 bytes in two reads") << "ustar.tar" << "five12.bin" << 0 << L{500, 12} << randomBytes(512, 7) << 0;
+        QTest::newRow("empty member") << "ustar.tar" << "zero.bin" << 0 << L{0} << QByteArray() << 0;
         QTest::newRow("truncated member: what is there, the rest stays") << "truncated.tar" << "five13.bin" << 0 << L{513}
-            << randomBytes(88, 7) + QByteArray(425, '\0') << int(TAR_EREADFAIL) << "";
+            << randomBytes(88, 7) + QByteArray(425, '\0') << int(TAR_EREADFAIL);
         QTest::newRow("present in a truncated archive")
-            << "truncated.tar" << "five12.bin" << 0 << L{512} << randomBytes(512, 7) << 0 << "";
-        QTest::newRow("absent") << "ustar.tar" << "five14.bin" << int(TAR_ENOTFOUND) << L() << QByteArray() << 0 << "";
-        QTest::newRow("name is matched whole") << "ustar.tar" << "five1" << int(TAR_ENOTFOUND) << L() << QByteArray() << 0 << "";
+            << "truncated.tar" << "five12.bin" << 0 << L{512} << randomBytes(512, 7) << 0;
+        QTest::newRow("name is matched whole") << "ustar.tar" << "five1" << int(TAR_ENOTFOUND) << L() << QByteArray() << 0;
         QTest::newRow("absent from a truncated archive")
-            << "truncated.tar" << "five14.bin" << int(TAR_EREADFAIL) << L() << QByteArray() << 0 << "";
+            << "truncated.tar" << "five14.bin" << int(TAR_EREADFAIL) << L() << QByteArray() << 0;
     }
 
     void readData()
@@ -165,7 +147,6 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
         QFETCH(QList<int>, pieces);
         QFETCH(QByteArray, expected);
         QFETCH(int, code);
-        QFETCH(QString, following);
         TarArchive tar;
         QCOMPARE(tar_open(&tar, qPrintable(this->archive(archive)), "r"), int(TAR_ESUCCESS));
         // Walked on first: find starts from the beginning whatever came before.
@@ -189,11 +170,6 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
         QCOMPARE(data, expected);
         if (code == TAR_ESUCCESS && findCode == TAR_ESUCCESS)
             QCOMPARE(tar_tell(&tar), position); // a member read whole leaves the position at its header
-        if (!following.isEmpty()) {
-            QCOMPARE(tar_next(&tar), int(TAR_ESUCCESS));
-            QCOMPARE(tar_read_header(&tar, &header), int(TAR_ESUCCESS));
-            QCOMPARE(QString::fromLatin1(header.name), following);
-        }
         tar_close(&tar);
     }
 
