@@ -127,12 +127,16 @@ void tst_Reconnect::intervalGrowsWhilePortRefuses()
     watch.stop();
     QCOMPARE(intervals, (QVector<int>{400, 500, 700, 1000, 1400, 1900}));
 
-    // A board on that name again: the next attempt opens it, and the interval is 400 once more.
+    // A board on that name again: the next attempt opens it, the interval is 400 once more,
+    // and the next loss begins again at attempt 1.
     QVERIFY(QDir().rmdir(path));
     VirtualBoard back;
     QVERIFY(back.start({QStringLiteral("--link"), path}));
     QVERIFY2(connectedTo(w, before, path, 8000), qPrintable(syslogText(w)));
     QCOMPARE(MorvexWindowProbe::reconnectTimer(w).interval(), 400);
+    const int lostAgain = syslogMessages(w).size();
+    back.stop();
+    QVERIFY(waitFor([&] { return syslogMessages(w).mid(lostAgain).contains(attempt(1)); }, 5000));
 }
 
 // The question comes only while a zpack upload or an edit holds the open port.
