@@ -19,8 +19,8 @@ void tst_CommandLine::options_data()
     QTest::addColumn<QStringList>("expected");
     QTest::newRow("version") << "--version" << QStringList{"Morvex 0.2.0"};
     QTest::newRow("help") << "--help"
-                          << QStringList{"Halvorn micropython powered boards management utility.", "--ignore-dark", "--reset",
-                                         "-l, --lang <lang>", "Set UI language to <lang>."};
+                          << QStringList{"Halvorn micropython powered boards management utility.", "--ignore-dark",
+                                         "--reset", "-l, --lang <lang>", "Set UI language to <lang>."};
 }
 
 void tst_CommandLine::options()
