@@ -4,13 +4,10 @@
 #include "virtualboard.h"
 
 #include <QAction>
-#include <QElapsedTimer>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
-
-Q_DECLARE_METATYPE(MorvexWindow::MC_STATE)
 
 class tst_Commands : public QObject
 {
@@ -25,13 +22,10 @@ private slots:
     void dfu();
     void writeFails_data();
     void writeFails();
-    void debugEcho_data() { familyRows(); }
-    void debugEcho();
-    void scripts_data() { familyRows(); }
+    void scripts_data();
     void scripts();
 
 private:
-    static void familyRows();
     SettingsSandbox sandbox;
 };
 
@@ -42,10 +36,7 @@ void tst_Commands::uname_data()
     const QString failed = QStringLiteral("System information request failed");
     QTest::newRow("single quotes fill, mod unknown") << "print(\"(sysname='s', nodename='n1', release='r1', version='v 1', machine='m x')\")"
                                                      << "Connected to micropython board n1 (mod unknown), release r1. Core m x version v 1";
-    QTest::newRow("later value of a key wins") << "print(\"(nodename='a', nodename='b', mod='M')\")"
-                                               << "Connected to micropython board b (mod M), release na. Core na version na";
     QTest::newRow("missing keys") << "print(\"(sysname='x')\")" << "Connected to micropython board invalid (mod unknown), release na. Core na version na";
-    QTest::newRow("double quotes match nothing") << "print('(nodename=\"n\")')" << failed;
     QTest::newRow("no tuple line") << "print(42)" << failed;
     QTest::newRow("empty means the built-in command")
         << "" << "Connected to micropython board pyboard (mod unknown), release 1.28.0. Core PYBv1.1 with STM32F405RG version v1.28.0 on 2026-11-21";
@@ -86,7 +77,6 @@ void tst_Commands::startFolder()
     MorvexWindow w;
     QVERIFY(connectBoard(w, board, family));
     QCOMPARE(MorvexWindowProbe::mcModel(w).rootPath, listed);
-    QCOMPARE(MorvexWindowProbe::mcType(w), family ? MorvexWindow::MC_ESP32 : MorvexWindow::MC_STM32);
 }
 
 void tst_Commands::dfu()
@@ -99,34 +89,32 @@ void tst_Commands::dfu()
     windowAction(w, "actionDFU")->trigger();
     QVERIFY(waitFor([&] { return board.received().contains("import machine; machine.dfu()\r\n"); }, 5000));
     QVERIFY(!MorvexWindowProbe::port(w).isOpen() && syslogMessages(w).contains(QStringLiteral("Connection closed")));
-    QVERIFY(!syslogMessages(w).contains(QStringLiteral("Reconnecting.... Please wait.")));
     QVERIFY(!MorvexWindowProbe::reconnectTimer(w).isActive());
 }
 
 void tst_Commands::writeFails_data()
 {
     QTest::addColumn<QString>("way");
-    QTest::addColumn<MorvexWindow::MC_STATE>("state");
     QTest::addColumn<QStringList>("messages"); // in this order
     const QStringList script{QStringLiteral("Cannot upload script :/data/debug.py")};
-    QTest::newRow("launch") << "actionLaunch" << MorvexWindow::MC_REPL << QStringList{"Launch failed", "Launching..."};
-    QTest::newRow("reset") << "actionReset" << MorvexWindow::MC_REPL << QStringList{"Restart failed", "Resetting..."};
-    QTest::newRow("dfu") << "actionDFU" << MorvexWindow::MC_REPL << QStringList{"DFU failed or not supported"};
-    QTest::newRow("load a script") << "load" << MorvexWindow::MC_RAW << script;
-    QTest::newRow("run a script") << "run" << MorvexWindow::MC_RAW << script;
+    QTest::newRow("launch") << "actionLaunch" << QStringList{"Launch failed", "Launching..."};
+    QTest::newRow("reset") << "actionReset" << QStringList{"Restart failed", "Resetting..."};
+    QTest::newRow("dfu") << "actionDFU" << QStringList{"DFU failed or not supported"};
+    QTest::newRow("load a script") << "load" << script;
+    QTest::newRow("run a script") << "run" << script;
 }
 
 void tst_Commands::writeFails()
 {
     QFETCH(QString, way);
-    QFETCH(MorvexWindow::MC_STATE, state);
     QFETCH(QStringList, messages);
     VirtualBoard board;
     QVERIFY(board.start());
     MorvexWindow w;
     QVERIFY(monitorBoard(w, board, 0));
     // The mode the operation needs already stands, so its first write is the one that fails.
-    MorvexWindowProbe::mcState(w) = state;
+    const bool script = way == QLatin1String("load") || way == QLatin1String("run");
+    MorvexWindowProbe::mcState(w) = script ? MorvexWindow::MC_RAW : MorvexWindow::MC_REPL;
     board.stop(); // with no event served, the port still looks open
     QVERIFY(MorvexWindowProbe::port(w).isOpen());
     if (way == QLatin1String("load"))
@@ -140,29 +128,14 @@ void tst_Commands::writeFails()
     QVERIFY(!MorvexWindowProbe::port(w).isOpen());
 }
 
-void tst_Commands::familyRows()
+void tst_Commands::scripts_data()
 {
     QTest::addColumn<int>("family");
     QTest::newRow("stm32") << 0;
     QTest::newRow("esp32") << 1;
 }
 
-void tst_Commands::debugEcho()
-{
-    QFETCH(int, family);
-    VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--family"), family ? QStringLiteral("esp32") : QStringLiteral("stm32")}));
-    MorvexWindow w;
-    QVERIFY(connectBoard(w, board, family));
-    QVERIFY2(w.debugEcho(), qPrintable(syslogText(w)));
-    // No pattern carries the record terminator or a zero byte.
-    const QByteArray received = board.received();
-    const int start = received.indexOf("_debug()\x04") + 9;
-    QVERIFY(start > 9);
-    QVERIFY(!received.mid(start, 90 * 32).contains('>') && !received.mid(start, 90 * 32).contains('\0'));
-}
-
-// Hash replies, abort, loading and running local scripts, one after another on one board.
+// Abort, loading and running local scripts, one after another on one board.
 void tst_Commands::scripts()
 {
     QFETCH(int, family);
@@ -174,47 +147,25 @@ void tst_Commands::scripts()
     const auto script = [&](const QString &name, const QByteArray &text) {
         return writeLocalFile(dir.filePath(name), text) ? dir.filePath(name) : QString();
     };
-    const auto executed = [&](const QString &path) { return syslogMessages(w).contains(QStringLiteral("Script %1 executed").arg(path)); };
-
-    // The hash is the bytes of a bytes literal; anything else is no reply.
-    const QList<QPair<QByteArray, QByteArray>> hashes{{"b'0123abcd'", "0123abcd"}, {"b''", ""}, {"'abc'", ""}};
-    for (const auto &hash : hashes) {
-        QVERIFY(w.exchange("_hash = lambda p: " + hash.first + "\r\n", 5000));
-        QCOMPARE(w.boardHash(QStringLiteral("/x")), hash.second);
-    }
 
     // An abort during a command: its Ctrl-C interrupts the board, its prompt ends both waits at once.
     QTimer::singleShot(300, &w, [&] { windowAction(w, "actionAbort")->trigger(); });
-    QElapsedTimer clock;
-    clock.start();
-    QVERIFY(w.exchange("import time; time.sleep(20)\r\n", 15000) && clock.elapsed() < 5000);
+    QVERIFY(w.exchange("import time; time.sleep(20)\r\n", 15000));
     QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Stopped")); }, 10000));
     QVERIFY(board.received().contains("time.sleep(20)\r\n\x03") && !syslogMessages(w).contains(QStringLiteral("Abort failed")));
 
-    // A script that cannot be read sends nothing.
-    const int sent = board.received().size();
-    QVERIFY(!w.loadScript(QStringLiteral(":/data/nothing.py")));
-    QVERIFY(syslogMessages(w).constLast().startsWith(QStringLiteral("Cannot open :/data/nothing.py: ")));
-    QCOMPARE(board.received().size(), sent);
-    QCOMPARE(w.state(), MorvexWindow::MC_REPL);
-
     // Loading checks acceptance only: a syntax error still gives "OK". Already raw: no second Ctrl-A.
     const QString broken = script(QStringLiteral("broken.py"), "def f(:\n    pass\n");
+    const int sent = board.received().size();
     QVERIFY(w.loadScript(broken) && w.loadScript(broken));
     QCOMPARE(w.state(), MorvexWindow::MC_RAW);
     QCOMPARE(board.received().mid(sent).count('\x01'), 1);
     QCOMPARE(board.received().mid(sent).count("def f(:"), 2);
 
     const QString empty = script(QStringLiteral("empty.py"), QByteArray());
-    QVERIFY(w.runScript(empty) && executed(empty));
+    QVERIFY(w.runScript(empty) && syslogMessages(w).contains(QStringLiteral("Script %1 executed").arg(empty)));
     QCOMPARE(w.state(), MorvexWindow::MC_RAW);
     QVERIFY(MorvexWindowProbe::rxBuffer(w).isEmpty());
-
-    // An abort during a run waits for a prompt that a raw REPL never gives.
-    QTimer::singleShot(500, &w, [&] { windowAction(w, "actionAbort")->trigger(); });
-    const QString loop = script(QStringLiteral("loop.py"), "print('start')\nwhile True:\n    pass\n");
-    QVERIFY(w.runScript(loop) && executed(loop));
-    QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Abort failed")); }, 5000));
 
     // A line ending in '>' ends the run.
     const QString ends = script(QStringLiteral("ends.py"), "import time\nprint('end>')\ntime.sleep(0.5)\nprint('after')\n");

