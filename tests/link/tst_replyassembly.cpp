@@ -1,4 +1,5 @@
 // Reply assembly: how received bytes are cut into pieces per board state.
+#include "boardtext.h"
 #include "morvexwindowprobe.h"
 #include "testsupport.h"
 
@@ -15,6 +16,8 @@ class tst_ReplyAssembly : public QObject
 private slots:
     void split_data();
     void split();
+    void boardText_data();
+    void boardText();
 
 private:
     SettingsSandbox sandbox;
@@ -61,6 +64,27 @@ void tst_ReplyAssembly::split()
     QCOMPARE(MorvexWindowProbe::rxQueue(window), queued);
     QCOMPARE(spy.count(), eods);
     QCOMPARE(MorvexWindowProbe::rxBuffer(window), left);
+}
+
+// Board text stands up to its first zero byte, from UTF-8 unless the link reads Latin-1.
+void tst_ReplyAssembly::boardText_data()
+{
+    QTest::addColumn<QByteArray>("piece");
+    QTest::addColumn<QString>("utf8");
+    QTest::addColumn<QString>("latin1");
+    QTest::newRow("no zero") << QByteArray("\xd1\x84!") << QStringLiteral("\u0444!") << QStringLiteral("\u00d1\u0084!");
+    QTest::newRow("cut at the zero") << QByteArray("\xd1\x84\0tail", 7) << QStringLiteral("\u0444")
+                                     << QStringLiteral("\u00d1\u0084");
+    QTest::newRow("zero first") << QByteArray("\0x", 2) << QString() << QString();
+}
+
+void tst_ReplyAssembly::boardText()
+{
+    QFETCH(QByteArray, piece);
+    QFETCH(QString, utf8);
+    QFETCH(QString, latin1);
+    QCOMPARE(boardUtf8(piece), utf8);
+    QCOMPARE(boardLatin1(piece), latin1);
 }
 
 QTEST_MAIN(tst_ReplyAssembly)
