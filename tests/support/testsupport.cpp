@@ -67,6 +67,8 @@ DialogAnswerer::DialogAnswerer(Handler handler, QObject *parent)
 
 void DialogAnswerer::poll()
 {
+    if (m_last && !m_last->isVisible())
+        m_last.clear(); // closed: shown again, it is a new question
     QWidget *widget = QApplication::activeModalWidget();
     if (!widget)
         widget = QApplication::activePopupWidget();

@@ -4,6 +4,7 @@
 #include <QList>
 #include <QMessageBox>
 #include <QPair>
+#include <QPointer>
 #include <QObject>
 #include <QString>
 #include <QTemporaryDir>
@@ -56,7 +57,7 @@ private:
 
     Handler m_handler;
     QTimer m_timer;
-    QWidget *m_last = nullptr;
+    QPointer<QWidget> m_last; // a deleted dialog's address may come back for the next one
     int m_answered = 0;
     QStringList m_texts;
     QStringList m_titles;
