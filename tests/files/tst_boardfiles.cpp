@@ -97,7 +97,7 @@ private slots:
         w->changeBoardDir(QStringLiteral("/flash"));
         auto *view = w->findChild<QTableView *>(QStringLiteral("mcFileList"));
         const auto open = [&](const char *name) {
-            QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, boardRow(*w, QLatin1String(name))));
+            doubleClick(view, boardRow(*w, QLatin1String(name)));
             return MorvexWindowProbe::mcModel(*w).rootPath;
         };
         QCOMPARE(open("lib"), QStringLiteral("/flash/lib/"));

@@ -54,16 +54,15 @@ private slots:
                              {"lib/sub/deep.bin", randomBytes(2100, 2)}, {"/flash/top.py", "print('top')\n"}};
         const QString zfw = local.filePath(QStringLiteral("fw.zfw"));
         QVERIFY(writeZfw(zfw, {{"board", "PYBv1.1"}, {"mod", "flash"}, {"comment", QStringLiteral("a=сборка")}}, tarred));
-        const auto doubleClick = [&](const QString &path) {
-            QMetaObject::invokeMethod(w.findChild<QTreeView *>(QStringLiteral("pcFileList")), "doubleClicked",
-                                      Q_ARG(QModelIndex, MorvexWindowProbe::pcModel(w).index(path)));
+        const auto clickPackage = [&](const QString &path) {
+            doubleClick(w.findChild<QTreeView *>(QStringLiteral("pcFileList")), MorvexWindowProbe::pcModel(w).index(path));
         };
         {
             // The zfw asked for while the zpack goes up is refused; the warning has no Yes and is closed.
             QScopedPointer<DialogAnswerer> answer(DialogAnswerer::messageBox(QMessageBox::Yes));
             ActWhen second([&] { return !syslogMessages(w).filter(QStringLiteral(" from zpack")).isEmpty(); },
-                           [&] { doubleClick(zfw); });
-            doubleClick(zpack);
+                           [&] { clickPackage(zfw); });
+            clickPackage(zpack);
             QVERIFY(second.done());
             QCOMPARE(answer->texts(), (QStringList{question, question, "A package is being uploaded. Please wait"}));
         }

@@ -226,7 +226,7 @@ private:
         if (!s || !MorvexWindowProbe::port(*s->window).isOpen()) {
             s.reset(new Session);
             s->window.reset(new MorvexWindow);
-            if (!s->board.start({"--family", family ? "esp32" : "stm32"}) || !connectBoard(*s->window, s->board, family))
+            if (!s->board.start(VirtualBoard::familyArgs(family)) || !connectBoard(*s->window, s->board, family))
                 return nullptr;
         }
         return s.get();

@@ -71,7 +71,7 @@ void tst_Commands::startFolder()
     QFETCH(QString, stored);
     QFETCH(QString, listed);
     VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--family"), family ? QStringLiteral("esp32") : QStringLiteral("stm32")}));
+    QVERIFY(board.start(VirtualBoard::familyArgs(family)));
     QVERIFY(board.writeFile(QStringLiteral("lib/a.py"), "x = 1\n"));
     QSettings().setValue(family ? QStringLiteral("MC/ESPDir") : QStringLiteral("MC/STMDir"), stored);
     MorvexWindow w;
@@ -140,7 +140,7 @@ void tst_Commands::scripts()
 {
     QFETCH(int, family);
     VirtualBoard board;
-    QVERIFY(board.start({QStringLiteral("--family"), family ? QStringLiteral("esp32") : QStringLiteral("stm32")}));
+    QVERIFY(board.start(VirtualBoard::familyArgs(family)));
     MorvexWindow w;
     QVERIFY(connectBoard(w, board, family));
     QTemporaryDir dir;

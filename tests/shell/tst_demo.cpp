@@ -62,12 +62,10 @@ private slots:
         for (const QString &name : boardFiles)
             QVERIFY2(boardRow(window, name).isValid(), qPrintable(name));
         // Both example packages unpack onto this board, by a double click each.
-        for (const char *package : {"morse.zpack", "sensors.zfw"}) {
-            // One answerer each: the second question may reuse the first one's address.
-            QScopedPointer<DialogAnswerer> yes(DialogAnswerer::messageBox(QMessageBox::Yes));
-            QMetaObject::invokeMethod(window.findChild<QAbstractItemView *>("pcFileList"), "doubleClicked",
-                                      Q_ARG(QModelIndex, MorvexWindowProbe::pcModel(window).index(project + '/' + package)));
-        }
+        QScopedPointer<DialogAnswerer> yes(DialogAnswerer::messageBox(QMessageBox::Yes));
+        for (const char *package : {"morse.zpack", "sensors.zfw"})
+            doubleClick(window.findChild<QAbstractItemView *>("pcFileList"),
+                        MorvexWindowProbe::pcModel(window).index(project + '/' + package));
         const QStringList log = syslogMessages(window);
         QVERIFY2(inOrder(log, {"Loading zpack for Morse code blinker", "ZPack uploaded!",
                                QStringLiteral("ZFW firmware package is for %1/sensors (example firmware pack of the Morvex demo)")

@@ -55,7 +55,7 @@ bool doubleClickRow(MorvexWindow &w, const QString &name)
     const QModelIndex row = boardRow(w, name);
     auto *view = w.findChild<QTableView *>(QStringLiteral("mcFileList"));
     view->setCurrentIndex(row);
-    return row.isValid() && QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, row));
+    return doubleClick(view, row);
 }
 
 // The one editor a double click on the row opened, or null.
@@ -137,7 +137,7 @@ private slots:
             return menu != nullptr;
         });
         if (way == "double click" || download)
-            QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, index));
+            doubleClick(view, index);
         else if (way == "menu")
             emit view->customContextMenuRequested(view->visualRect(index).center());
         else

@@ -18,10 +18,6 @@ class tst_Panes : public QObject
     };
     Session *menuSession();
     const QString ask = QStringLiteral("MC/SuggestExecute=true");
-    static void doubleClick(QAbstractItemView *view, const QModelIndex &index)
-    {
-        QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, index));
-    }
 
     SettingsSandbox sandbox;
     std::unique_ptr<Session> session;

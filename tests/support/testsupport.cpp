@@ -5,6 +5,7 @@
 #include "qmaterialicon.h"
 #include "virtualboard.h"
 
+#include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
 #include <QBuffer>
@@ -337,6 +338,11 @@ bool showsIcon(const QIcon &icon, const QString &name, const QColor &color)
     QMaterialIcon::instance()->codepoint(name, &known);
     const QImage expected = QMaterialIcon::instance()->icon(name, color).pixmap(24, 24).toImage();
     return known && !icon.isNull() && icon.pixmap(24, 24).toImage() == expected;
+}
+
+bool doubleClick(QAbstractItemView *view, const QModelIndex &index)
+{
+    return index.isValid() && QMetaObject::invokeMethod(view, "doubleClicked", Q_ARG(QModelIndex, index));
 }
 
 bool waitFor(const std::function<bool()> &pred, int timeoutMs)

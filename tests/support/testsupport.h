@@ -15,6 +15,7 @@
 
 class MorvexWindow;
 class QAction;
+class QAbstractItemView;
 class QIcon;
 class QModelIndex;
 class VirtualBoard;
@@ -113,6 +114,9 @@ bool inOrder(const QStringList &messages, const QStringList &expected);
 // The window's action or board pane row of that name (null / invalid if none).
 QAction *windowAction(MorvexWindow &window, const char *name);
 QModelIndex boardRow(MorvexWindow &window, const QString &name);
+
+// What a double click on the row at index of view sets off, without a pointer.
+bool doubleClick(QAbstractItemView *view, const QModelIndex &index);
 
 // Uploads data to the board path target through the window's uploadData.
 bool uploadBytes(MorvexWindow &window, QByteArray data, const QString &target);

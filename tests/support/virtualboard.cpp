@@ -20,6 +20,11 @@ VirtualBoard::~VirtualBoard()
     stop();
 }
 
+QStringList VirtualBoard::familyArgs(int family)
+{
+    return {QStringLiteral("--family"), family ? QStringLiteral("esp32") : QStringLiteral("stm32")};
+}
+
 bool VirtualBoard::start(const QStringList &args)
 {
     // The link name is unique per process and board: QSerialPort keeps lock

@@ -18,6 +18,8 @@ public:
 
     // args are passed to the simulator as they stand, e.g. {"--family", "esp32"}.
     bool start(const QStringList &args = QStringList());
+    // The simulator's arguments for a family index (0 STM32, 1 ESP32), as the popup numbers them.
+    static QStringList familyArgs(int family);
     void stop();
     bool isRunning() const;
 
