@@ -11,6 +11,11 @@ bool isFinalByte(QChar c)
     return c.unicode() >= 0x40 && c.unicode() <= 0x7e;
 }
 
+bool isIntermediateByte(QChar c)
+{
+    return c.unicode() >= 0x20 && c.unicode() <= 0x2f;
+}
+
 bool isInnerByte(QChar c)
 {
     return c.unicode() >= 0x20 && c.unicode() <= 0x3f;
@@ -33,17 +38,25 @@ QList<AnsiText::Run> AnsiText::feed(const QByteArray &data)
     const QString text = m_decoder->toUnicode(data);
     for (const QChar c : text) {
         if (!m_escape.isEmpty()) {
-            if (m_escape.size() == 1 && c != QLatin1Char('[')) {
-                m_escape.clear(); // a two-byte escape: nothing to show
+            const ushort code = c.unicode();
+            if (m_escape.size() == 1) {
+                // "[" opens a control sequence, an intermediate byte a longer escape;
+                // anything else ends a two-byte one.
+                if (c == QLatin1Char('[') || isIntermediateByte(c))
+                    m_escape += c;
+                else
+                    m_escape.clear();
                 continue;
             }
-            if (m_escape.size() == 1 || (isInnerByte(c) && m_escape.size() < longestEscape)) {
+            const bool sequence = m_escape.at(1) == QLatin1Char('[');
+            const bool inner = sequence ? isInnerByte(c) : isIntermediateByte(c);
+            if (inner && m_escape.size() < longestEscape) {
                 m_escape += c;
                 continue;
             }
-            if (isFinalByte(c) && c == QLatin1Char('m'))
+            const bool ended = sequence ? isFinalByte(c) : code >= 0x30 && code <= 0x7e;
+            if (sequence && c == QLatin1Char('m'))
                 applyColorSequence(m_escape.mid(2));
-            const bool ended = isFinalByte(c);
             m_escape.clear();
             if (ended)
                 continue;
