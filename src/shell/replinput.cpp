@@ -153,8 +153,9 @@ void ReplInput::paintMargin(QPaintEvent *event)
 void ReplInput::fitHeight()
 {
     // Grows with the lines typed, up to a few, then scrolls.
-    const int lines = qBound(1, document()->blockCount(), maximumLines);
-    const int height = lines * fontMetrics().lineSpacing() + int(2 * document()->documentMargin())
-                       + 2 * frameWidth();
-    setFixedHeight(height);
+    const int lines = document()->blockCount();
+    const qreal lineHeight = qMax<qreal>(fontMetrics().lineSpacing(), blockBoundingRect(document()->firstBlock()).height());
+    const int shown = qBound(1, lines, maximumLines);
+    setVerticalScrollBarPolicy(lines > maximumLines ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);
+    setFixedHeight(int(shown * lineHeight + 2 * document()->documentMargin()) + 2 * frameWidth() + 2);
 }
