@@ -72,7 +72,8 @@ class Board(ReplMixin):
         self.clock = Clock(self.identity.clock_from_boot)
         blocks = {('stm32', 'reference'): 2008, ('esp32', 'reference'): 256}.get(
             (self.family, opts.identity), 2008 if self.family == 'stm32' else 512)
-        self.fs = BoardFS(opts.fs, self.family, blocks, self.clock, sizes=not opts.no_sizes)
+        block_size, blocks = opts.geometry or (None, blocks)
+        self.fs = BoardFS(opts.fs, self.family, blocks, self.clock, sizes=not opts.no_sizes, block_size=block_size)
         self.transcript = Transcript(opts.transcript)
         self.port = Port(opts.link, self.transcript, opts.baud, opts.delivery, opts.seed)
         self.queue = InputQueue()
@@ -256,9 +257,8 @@ class Board(ReplMixin):
             self._pending(True)
 
     def input_line(self, prompt=''):
-        self.stdout.write(str(prompt))
         buf = bytearray()
-        r = self.readline(buf, b'', user=True)
+        r = self.readline(buf, self.text(str(prompt)), user=True)
         if r == 3:
             raise KeyboardInterrupt()
         if r == 4 and not buf:
