@@ -169,16 +169,28 @@ class Board(ReplMixin):
             i = data.find(c)
             if i >= 0:
                 self.queue.feed(data, i, bytes([c]))
-                signal.pthread_kill(self.main_ident, KICK)
+                self._kick()
                 return
         self.queue.feed(data)
+
+    def _kick(self, again=False):
+        """Makes the board's thread take a pending interrupt or reset."""
+        q = self.queue
+        if again and not (self.executing and (q.interrupt or q.reset)):
+            return
+        signal.pthread_kill(self.main_ident, KICK)
+        # A signal that lands just before the board's thread enters a blocking
+        # call (a sleep) does not wake it: repeat until it is taken.
+        timer = threading.Timer(0.05, self._kick, (True,))
+        timer.daemon = True
+        timer.start()
 
     def request_reset(self, kind):
         """Reader thread: the port is gone; the board restarts."""
         self.queue.reset = kind
         self.queue.poke()
         if self.executing:
-            signal.pthread_kill(self.main_ident, KICK)
+            self._kick()
 
     def _on_kick(self, signum, frame):
         if not self.executing:
