@@ -8,6 +8,18 @@ from vboard.repl import continue_with_input
 from .boardproc import SharedBoard, VirtualBoard, raw_run, to_raw
 
 
+def type_at_prompt(test, cases):
+    """Types each row's keys at a fresh board's friendly prompt and checks the reply."""
+    with VirtualBoard() as board:
+        link = board.open()
+        link.write(b'\x03')
+        link.read_until(b'>>> ')
+        for keys, reply in cases:
+            with test.subTest(keys=keys):
+                link.write(keys)
+                test.assertEqual(link.read_count(len(reply)), reply)
+
+
 class ContinueWithInput(unittest.TestCase):
 
     def test_cases(self):
@@ -56,14 +68,7 @@ class Friendly(unittest.TestCase):
             # input() reads through the same line editor: UTF-8 is lost there too
             (b'y = input()\rh\xc3\xa9 w\xf0\x9f\x99\x82!\ry\r', b"y = input()\r\nh w!\r\n>>> y\r\n'h w!'\r\n>>> "),
         ]
-        with VirtualBoard() as board:
-            link = board.open()
-            link.write(b'\x03')
-            link.read_until(b'>>> ')
-            for keys, reply in cases:
-                with self.subTest(keys=keys):
-                    link.write(keys)
-                    self.assertEqual(link.read_count(len(reply)), reply)
+        type_at_prompt(self, cases)
 
 
 class Completion(unittest.TestCase):
@@ -102,14 +107,7 @@ class Completion(unittest.TestCase):
             (b'\x03', b'\r\n>>> '),
             (b'x = input("? ")\rabc_t\t\r', b'x = input("? ")\r\n? abc_two\r\n>>> '),
         ]
-        with VirtualBoard() as board:
-            link = board.open()
-            link.write(b'\x03')
-            link.read_until(b'>>> ')
-            for keys, reply in cases:
-                with self.subTest(keys=keys):
-                    link.write(keys)
-                    self.assertEqual(link.read_count(len(reply)), reply)
+        type_at_prompt(self, cases)
 
 
 class Runtime(SharedBoard, unittest.TestCase):
