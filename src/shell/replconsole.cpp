@@ -478,7 +478,9 @@ void ReplConsole::showCandidates(const QList<QByteArray> &candidates)
     startLine();
     QTextCursor cursor(m_view->document());
     cursor.movePosition(QTextCursor::End);
-    cursor.insertText(lines.join(QLatin1Char('\n')), QTextCharFormat());
+    QTextCharFormat listed;
+    listed.setForeground(m_view->palette().color(QPalette::PlaceholderText));
+    cursor.insertText(lines.join(QLatin1Char('\n')), listed);
     cursor.insertBlock();
     scrollToEnd();
 }
