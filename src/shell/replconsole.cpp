@@ -167,7 +167,7 @@ bool ReplConsole::boardOutput(const QByteArray &data)
     if (m_exchange.active()) {
         const QByteArray shown = m_exchange.feed(data);
         m_quietSinceInterrupt = m_quietSinceInterrupt && shown.isEmpty();
-        showBoardText(shown);
+        showBoardText(shown, true);
         if (m_exchange.finished())
             endExchange();
         return true;
@@ -335,6 +335,7 @@ void ReplConsole::startExchange(const ReplExchange &exchange, const QByteArray &
     // Whatever earlier operations left behind goes where it belongs first.
     m_window->processQueue();
     m_exchange = exchange;
+    m_outputLine.clear();
     if (exchange.kind() != ReplExchange::Completion)
         m_window->consoleTakesLink(true);
     refreshAvailability();
@@ -356,6 +357,9 @@ void ReplConsole::endExchange()
                 showCandidates(ended.candidates());
         }
     } else {
+        if (!m_outputLine.isEmpty())
+            emit outputLine(m_outputLine); // printed without a line end before the prompt
+        m_outputLine.clear();
         m_window->consoleTakesLink(false);
         if (ended.kind() == ReplExchange::Reboot) {
             // As after a reset; not from here, where the board's bytes are being read.
@@ -426,7 +430,7 @@ void ReplConsole::showInput(const QString &text)
     scrollToEnd();
 }
 
-void ReplConsole::showBoardText(const QByteArray &bytes)
+void ReplConsole::showBoardText(const QByteArray &bytes, bool lines)
 {
     if (bytes.isEmpty())
         return;
@@ -440,14 +444,20 @@ void ReplConsole::showBoardText(const QByteArray &bytes)
             if (run.color != 0)
                 format.setForeground(QColor(ansiColorName(run.color)));
             cursor.insertText(run.text, format);
+            if (lines)
+                m_outputLine += run.text;
             break;
         }
         case AnsiText::Run::LineEnd:
             cursor.insertBlock();
+            if (lines)
+                emit outputLine(m_outputLine);
+            m_outputLine.clear();
             break;
         case AnsiText::Run::Backspace:
             if (!cursor.atBlockStart())
                 cursor.deletePreviousChar();
+            m_outputLine.chop(1);
             break;
         }
     }

@@ -46,6 +46,8 @@ public:
 
 signals:
     void exchangeEnded();
+    // Each whole line that a statement run from the console printed, without colours.
+    void outputLine(const QString &line);
 
 public slots:
     void linkStateChanged();
@@ -70,7 +72,8 @@ private:
     void send(const QByteArray &bytes);
 
     void showInput(const QString &text);
-    void showBoardText(const QByteArray &bytes);
+    // lines: whether the text is a statement's output, passed on line by line.
+    void showBoardText(const QByteArray &bytes, bool lines = false);
     void showCandidates(const QList<QByteArray> &candidates);
     void showNote(const QString &text);
     void startLine();
@@ -93,6 +96,7 @@ private:
     bool m_driving = false; // the console itself is bringing the board to its prompt
     bool m_sending = false;
     QByteArray m_outgoing; // typed while an earlier input still goes out
+    QString m_outputLine; // the statement's output line not yet ended
     QString m_completionInput; // the input and cursor a completion was asked for
     int m_completionCursor = -1;
 };

@@ -1,6 +1,7 @@
 // The REPL console through the real window and keystrokes, on both families, over a
 // board's own USB port and through a line-rate bridge.
 #include "morvexwindow.h"
+#include "replconsole.h"
 #include "replinput.h"
 #include "testsupport.h"
 #include "virtualboard.h"
@@ -10,6 +11,7 @@
 #include <QClipboard>
 #include <QPlainTextEdit>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTabWidget>
 #include <QTest>
 
@@ -126,7 +128,9 @@ void tst_ReplConsole::session()
     QTest::keyClick(input, Qt::Key_Return);
     QVERIFY(waitFor([&] { return consoleIdle(*w) && input->toPlainText().isEmpty(); }, 8000));
     QVERIFY(sessionText(*w).contains(">>> def twice(x):\n...     y = 2 * x\n...     return y\n"));
+    QSignalSpy lines(w->findChild<ReplConsole *>(), &ReplConsole::outputLine);
     QVERIFY2(run(*w, "twice(21)", "42\n"), qPrintable(sessionText(*w)));
+    QCOMPARE(lines, QList<QVariantList>{{QStringLiteral("42")}});
 
     // A pasted block runs on Enter as one block.
     QApplication::clipboard()->setText(QStringLiteral("a = 40\nb = 2\nprint('sum', a + b)"));
