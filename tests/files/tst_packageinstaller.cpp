@@ -326,7 +326,8 @@ private slots:
         QCOMPARE(QSettings().value("Packages/Index").toString(), server.root() + "/pi");
     }
 
-    // Boards of their own: the other family, and a board without _mpy that fails an upload.
+    // Boards of their own, in the other delivery modes: the other family, and a board
+    // without _mpy that fails an upload.
     void boards_data()
     {
         QTest::addColumn<int>("family");
@@ -334,7 +335,7 @@ private slots:
         QTest::addColumn<bool>("installed");
         QTest::addColumn<QVariantMap>("onBoard");
         QTest::addColumn<QStringList>("logged");
-        QTest::newRow("ESP32") << 1 << QStringList{"--family", "esp32"} << true
+        QTest::newRow("ESP32, random pieces") << 1 << QStringList{"--family", "esp32", "--delivery", "random"} << true
                                << QVariantMap{{"lib/base.mpy", baseMpy},
                                               {"lib/sensor/__init__.mpy", sensorInit},
                                               {"lib/sensor/drivers/bme.mpy", sensorBme}}
@@ -343,8 +344,9 @@ private slots:
                                               writing("/lib/sensor/__init__.mpy", sensorInit),
                                               writing("/lib/sensor/drivers/bme.mpy", sensorBme),
                                               "Installed sensor 1.3 (3 files, 0 skipped)"};
-        QTest::newRow("no _mpy, and an upload the board fails")
-            << 0 << QStringList{"--no-mpy", "--corrupt-rx", "_upload('/flash/lib/sensor/__init__.py':20"} << false
+        QTest::newRow("no _mpy, and an upload the board fails, single bytes")
+            << 0 << QStringList{"--delivery", "bytes", "--no-mpy", "--corrupt-rx", "_upload('/flash/lib/sensor/__init__.py':20"}
+            << false
             << QVariantMap{{"lib/base.py", basePy}, {"lib/base.mpy", QVariant()}, {"lib/sensor/drivers/bme.py", QVariant()}}
             << QStringList{"Installing sensor into /flash/lib (index folder py)",
                            "Install of sensor failed; written before the failure: /flash/lib/base.py"};
