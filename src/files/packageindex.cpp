@@ -5,6 +5,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QSet>
+#include <QVector>
 
 namespace {
 const QString githubPrefix = QStringLiteral("github:");
@@ -58,6 +60,41 @@ bool githubUrl(const QString &spec, const QString &defaultBranch, QUrl &url, QSt
     url = QUrl(QStringLiteral("https://raw.githubusercontent.com/%1/%2/%3").arg(repo, branch, path),
                QUrl::StrictMode);
     return url.isValid();
+}
+
+// Qt 5's JSON reader never frees the first value of a key that an object
+// repeats, when that value is an array or object: such a text is refused
+// before it gets there. Keys compare as the reader decodes them.
+bool repeatsKeys(const QByteArray &json)
+{
+    QVector<QSet<QString>> objects; // the keys of each open object; an array holds an empty set
+    QVector<bool> isObject;
+    for (int i = 0; i < json.size(); ++i) {
+        const char c = json.at(i);
+        if (c == '{' || c == '[') {
+            objects.append(QSet<QString>());
+            isObject.append(c == '{');
+        } else if ((c == '}' || c == ']') && !objects.isEmpty()) {
+            objects.removeLast();
+            isObject.removeLast();
+        } else if (c == '"') {
+            int end = i + 1;
+            while (end < json.size() && json.at(end) != '"')
+                end += json.at(end) == '\\' ? 2 : 1;
+            int next = end + 1;
+            while (next < json.size() && QByteArrayLiteral(" \t\r\n").contains(json.at(next)))
+                ++next;
+            if (!isObject.isEmpty() && isObject.last() && next < json.size() && json.at(next) == ':') {
+                const QString key =
+                    QJsonDocument::fromJson('[' + json.mid(i, end + 1 - i) + ']').array().at(0).toString();
+                if (objects.last().contains(key))
+                    return true;
+                objects.last().insert(key);
+            }
+            i = end;
+        }
+    }
+    return false;
 }
 
 // Entries of the form [string, string, ...], at least count strings.
@@ -158,6 +195,8 @@ bool PackageIndex::parseDescription(const QByteArray &json, const QUrl &base, co
 {
     out = Description();
     error = tr("Invalid package description %1").arg(base.toDisplayString());
+    if (repeatsKeys(json))
+        return false;
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(json, &parseError);
     if (parseError.error != QJsonParseError::NoError || !document.isObject())

@@ -104,6 +104,7 @@ private slots:
             {"version a number", "{'version': 2}"},
             {"URL of another scheme", "{'urls': [['a.py', 'file:///etc/passwd']]}"},
             {"dependency without a name", "{'deps': [[' ', '1']]}"},
+            {"a key repeated, spelt otherwise", "{'deps': [['a']], 'd\\u0065ps': [['b']]}"},
         };
         for (const auto &row : broken)
             QTest::newRow(row.name) << QByteArray(row.json) << QStringList() << QStringList() << "" << invalid;
