@@ -32,6 +32,14 @@ bool isHttp(const QUrl &url)
            && (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https"));
 }
 
+QString withoutTrailingSlashes(QString index)
+{
+    index = index.trimmed();
+    while (index.endsWith(QLatin1Char('/')))
+        index.chop(1);
+    return index;
+}
+
 QString lastPart(const QString &path)
 {
     return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
@@ -167,11 +175,8 @@ bool PackageIndex::locate(const QString &package, const QString &version, const 
         error = unknown.arg(name);
         return false;
     }
-    QString base = index.trimmed();
-    while (base.endsWith(QLatin1Char('/')))
-        base.chop(1);
     const QUrl url(QStringLiteral("%1/package/%2/%3/%4.json")
-                       .arg(base, mpy, name, wanted.isEmpty() ? QStringLiteral("latest") : wanted),
+                       .arg(withoutTrailingSlashes(index), mpy, name, wanted.isEmpty() ? QStringLiteral("latest") : wanted),
                    QUrl::StrictMode);
     if (!isHttp(url)) {
         error = tr("Invalid package index %1").arg(index);
@@ -184,10 +189,8 @@ bool PackageIndex::locate(const QString &package, const QString &version, const 
 
 QUrl PackageIndex::fileUrl(const QString &index, const QString &shortHash)
 {
-    QString base = index.trimmed();
-    while (base.endsWith(QLatin1Char('/')))
-        base.chop(1);
-    return QUrl(QStringLiteral("%1/file/%2/%3").arg(base, shortHash.left(2), shortHash), QUrl::StrictMode);
+    return QUrl(QStringLiteral("%1/file/%2/%3").arg(withoutTrailingSlashes(index), shortHash.left(2), shortHash),
+                QUrl::StrictMode);
 }
 
 bool PackageIndex::parseDescription(const QByteArray &json, const QUrl &base, const QString &index, Description &out,

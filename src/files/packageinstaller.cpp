@@ -10,6 +10,8 @@
 #include <QSettings>
 #include <QTimer>
 
+#include <memory>
+
 namespace {
 const QString defaultIndex = QStringLiteral("https://micropython.org/pi/v2");
 constexpr int defaultTimeoutMs = 30000;
@@ -166,32 +168,31 @@ PackageInstaller::Fetch PackageInstaller::fetch(const QUrl &url, QByteArray &dat
     request.setHeader(QNetworkRequest::UserAgentHeader,
                       QStringLiteral("%1/%2").arg(QCoreApplication::applicationName(),
                                                   QCoreApplication::applicationVersion()));
-    QNetworkReply *reply = m_network.get(request);
-    m_reply = reply;
+    const std::unique_ptr<QNetworkReply> reply(m_network.get(request));
+    m_reply = reply.get();
     QEventLoop loop;
     // The limit is on silence: a slow transfer that keeps coming is waited for.
     QTimer silence;
     silence.setSingleShot(true);
     bool timedOut = false;
     bool tooLarge = false;
-    connect(&silence, &QTimer::timeout, reply, [&] {
+    connect(&silence, &QTimer::timeout, reply.get(), [&] {
         timedOut = true;
         reply->abort();
     });
-    connect(reply, &QNetworkReply::downloadProgress, &silence, [&](qint64 received, qint64) {
+    connect(reply.get(), &QNetworkReply::downloadProgress, &silence, [&](qint64 received, qint64) {
         if (received > largestFile && !tooLarge) {
             tooLarge = true;
             reply->abort();
         }
         silence.start();
     });
-    connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
     silence.start(limitMs);
     if (!reply->isFinished())
         loop.exec();
     silence.stop();
     m_reply = nullptr;
-    reply->deleteLater();
 
     const QString where = url.toDisplayString();
     if (m_cancelled && reply->error() == QNetworkReply::OperationCanceledError && !timedOut && !tooLarge)
@@ -215,6 +216,10 @@ PackageInstaller::Fetch PackageInstaller::fetch(const QUrl &url, QByteArray &dat
 
 PackageInstaller::Outcome PackageInstaller::check(const QList<Planned> &plan, QList<Write> &writes)
 {
+    const auto skip = [this](const QString &path) {
+        m_window->logLine(tr("Skipping %1 - identical file on the board").arg(path));
+        ++m_skipped;
+    };
     for (int i = 0; i < plan.size(); ++i) {
         if (m_cancelled)
             return Outcome::Cancelled;
@@ -228,8 +233,7 @@ PackageInstaller::Outcome PackageInstaller::check(const QList<Planned> &plan, QL
         // "err(...)" is the board's answer for a file it does not have.
         const bool present = !onBoard.startsWith("err");
         if (present && PackageIndex::boardHoldsShortHash(onBoard, planned.file.shortHash)) {
-            m_window->logLine(tr("Skipping %1 - identical file on the board").arg(planned.path));
-            ++m_skipped;
+            skip(planned.path);
             continue;
         }
         QByteArray data;
@@ -246,8 +250,7 @@ PackageInstaller::Outcome PackageInstaller::check(const QList<Planned> &plan, QL
         if (!planned.file.shortHash.isEmpty() && !PackageIndex::matchesShortHash(data, planned.file.shortHash))
             return failed(tr("File %1 does not match its hash").arg(planned.path));
         if (present && PackageIndex::boardHolds(onBoard, data)) {
-            m_window->logLine(tr("Skipping %1 - identical file on the board").arg(planned.path));
-            ++m_skipped;
+            skip(planned.path);
             continue;
         }
         writes << Write{planned.path, data};
