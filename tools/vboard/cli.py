@@ -22,7 +22,6 @@ def parse(argv):
     p.add_argument('--reset-mode', choices=('usb', 'uart', 'inplace'))
     p.add_argument('--reset-delay', type=int, default=1000, metavar='MS')
     p.add_argument('--no-md5', action='store_true')
-    p.add_argument('--no-mpy', action='store_true', help='sys.implementation has no _mpy, as older firmware')
     p.add_argument('--no-sizes', action='store_true')
     p.add_argument('--baud', type=int, default=0)
     p.add_argument('--delivery', choices=('usb', 'uart', 'bytes', 'random'), default='usb',

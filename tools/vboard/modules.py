@@ -159,15 +159,6 @@ class _Implementation(tuple):
         return "(name=%r, version=%r, _machine=%r, _mpy=%d, _build=%r)" % tuple(self)
 
 
-class _ImplementationNoMpy(_Implementation):
-    @property
-    def _mpy(self):
-        raise AttributeError("'implementation' object has no attribute '_mpy'")
-
-    def __repr__(self):
-        return "(name=%r, version=%r, _machine=%r, _build=%r)" % (self[0], self[1], self[2], self[4])
-
-
 def make_sys(board):
     ident = board.identity
     path = ['', '.frozen', '/flash', '/flash/lib'] if board.fs.fat else ['', '.frozen', '/lib']
@@ -181,8 +172,7 @@ def make_sys(board):
 
     return MpModule('sys', {
         'argv': [], 'byteorder': 'little', 'exit': exit,
-        'implementation': (_ImplementationNoMpy if getattr(board.opts, 'no_mpy', False) else _Implementation)(
-            ('micropython', (1, 28, 0, ''), ident.machine, ident.mpy, ident.build)),
+        'implementation': _Implementation(('micropython', (1, 28, 0, ''), ident.machine, ident.mpy, ident.build)),
         'maxsize': 2147483647, 'modules': board.session.loaded, 'path': path,
         'platform': ident.platform, 'print_exception': print_exception,
         'stderr': board.stdout, 'stdin': board.stdin, 'stdout': board.stdout,
