@@ -13,7 +13,7 @@
 #include <memory>
 
 namespace {
-const QString defaultIndex = QStringLiteral("https://micropython.org/pi/v2");
+const QString indexKey = QStringLiteral("Packages/Index");
 constexpr int defaultTimeoutMs = 30000;
 // No board holds more in one file; a reply that runs past it is no package file.
 constexpr qint64 largestFile = 8 * 1024 * 1024;
@@ -23,6 +23,19 @@ QString joinPath(const QString &folder, const QString &name)
     return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
 }
 } // namespace
+
+QString PackageInstaller::indexUrl()
+{
+    return QSettings().value(indexKey, QStringLiteral("https://micropython.org/pi/v2")).toString();
+}
+
+void PackageInstaller::setIndexUrl(const QString &url)
+{
+    if (url.trimmed().isEmpty())
+        QSettings().remove(indexKey);
+    else
+        QSettings().setValue(indexKey, url.trimmed());
+}
 
 PackageInstaller::PackageInstaller(MorvexWindow *window)
     : QObject(window)
@@ -73,7 +86,7 @@ PackageInstaller::Outcome PackageInstaller::run(const QString &package, const QS
         m_target.chop(1);
     if (!PackageIndex::safeBoardPath(m_target, true))
         return failed(tr("Cannot install into %1").arg(m_target));
-    m_index = QSettings().value(QStringLiteral("Packages/Index"), defaultIndex).toString();
+    m_index = indexUrl();
     m_mpy = m_preferMpy && board.mpy >= 0 ? QString::number(board.mpy) : QStringLiteral("py");
     m_window->logLine(tr("Installing %1 into %2 (index folder %3)").arg(package, m_target, m_mpy));
 

@@ -27,6 +27,11 @@ public:
     // an empty target the board's library folder.
     bool install(const QString &package, const QString &version, const QString &targetFolder);
 
+    // The index of the setting "Packages/Index", MicroPython's own by default;
+    // set empty, the default again.
+    static QString indexUrl();
+    static void setIndexUrl(const QString &url);
+
     // Compiled files where the board takes them (the default), else source.
     void setPreferMpy(bool on) { m_preferMpy = on; }
     bool isRunning() const { return m_running; }

@@ -4,12 +4,6 @@
 #include "packageinstaller.h"
 
 #include <QPushButton>
-#include <QSettings>
-
-namespace {
-const QString indexKey = QStringLiteral("Packages/Index");
-const QString defaultIndex = QStringLiteral("https://micropython.org/pi/v2");
-} // namespace
 
 InstallPackageDialog::InstallPackageDialog(PackageInstaller &installer, QWidget *parent)
     : QDialog(parent)
@@ -18,7 +12,7 @@ InstallPackageDialog::InstallPackageDialog(PackageInstaller &installer, QWidget 
 {
     ui->setupUi(this);
     ui->progressBar->hide();
-    ui->indexEdit->setText(QSettings().value(indexKey, defaultIndex).toString());
+    ui->indexEdit->setText(PackageInstaller::indexUrl());
     m_installButton = ui->buttonBox->addButton(tr("Install"), QDialogButtonBox::AcceptRole);
     m_installButton->setEnabled(false);
     connect(ui->packageEdit, &QLineEdit::textChanged, this,
@@ -51,12 +45,8 @@ void InstallPackageDialog::install()
         return;
     // An index edited under Advanced is the one used from now on; emptied, the default again.
     if (ui->advancedButton->isChecked()) {
-        const QString index = ui->indexEdit->text().trimmed();
-        if (index.isEmpty())
-            QSettings().remove(indexKey);
-        else
-            QSettings().setValue(indexKey, index);
-        ui->indexEdit->setText(QSettings().value(indexKey, defaultIndex).toString());
+        PackageInstaller::setIndexUrl(ui->indexEdit->text());
+        ui->indexEdit->setText(PackageInstaller::indexUrl());
     }
     setBusy(true);
     ui->statusLabel->setText(tr("Installing..."));
