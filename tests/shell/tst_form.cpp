@@ -81,7 +81,7 @@ private slots:
         QVERIFY(w.findChild<QToolBar *>("a_connectionToolBar")->isEnabled());
         // The board actions switch as one, exactly these nine and the installer, and nothing else.
         const QStringList gated = {"actionUpload", "actionDownload", "actionNew_File", "actionNew_Directory", "actionEdit",
-                                  "actionRemove", "actionSync", "actionUpload_Package", "actionLaunch", "actionInstall_Package"};
+                                   "actionRemove", "actionSync", "actionUpload_Package", "actionLaunch", "actionInstall_Package"};
         for (bool on : {true, false, true}) {
             w.setBoardActions(on);
             for (const QAction *action : w.findChildren<QAction *>()) {
