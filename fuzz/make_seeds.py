@@ -159,10 +159,31 @@ def dconf_compile(keyfile):
         return (pathlib.Path(tmp) / "db").read_bytes()
 
 
+def pkgindex_seeds(traces):
+    """Descriptions in the index's shapes, names as users give them, and the
+    info lines of a board whose _mpy and sys.path are those of recording i5."""
+    stream = received(traces / "i5-sys-implementation.txt").decode("latin-1")
+    mpy = stream.split("_mpy=")[1].split(",")[0]
+    path = ast.literal_eval(stream[stream.index("['"):stream.index("]", stream.index("['")) + 1])
+    lib = next(p for p in path if p.endswith("/lib"))
+    return {
+        "index-description": json.dumps({
+            "hashes": [["umqtt/simple.mpy", "5d8b1a7e"], ["umqtt/__init__.mpy", "0e3f9a21"]],
+            "deps": [["ssl", "latest"], ["github:org/repo/pkg@main", ""]], "version": "1.4.0"}).encode(),
+        "urls-description": json.dumps({
+            "urls": [["drivers/bme.py", "drivers/bme.py"], ["x.py", "../x.py"], ["g.py", "github:o/r/g.py"],
+                     ["a.py", "https://host/a.py"]], "version": "0.1"}).encode(),
+        "name-and-version": b"aioble 0.5.2\n",
+        "github-place": b"github:org/repo/path/sub@branch\n",
+        "url-of-a-file": b"https://host/lib/single.mpy\n",
+        "board-info-i5": ("_pkginfo()\nmpy=%s\nlib=%s\n" % (mpy, lib)).encode(),
+    }
+
+
 def main():
     traces = pathlib.Path(sys.argv[1])
     for target in ("replies", "ansi", "uname", "listing", "tar", "pax", "editor", "scheme", "wordlist", "dconf",
-                   "repl"):
+                   "repl", "pkgindex"):
         clear(target)
 
     for trace in sorted(traces.glob("*.txt")):
@@ -220,6 +241,9 @@ def main():
 
     for name, keyfile in dconf_keyfiles().items():
         write("dconf", name, dconf_compile(keyfile))
+
+    for name, data in pkgindex_seeds(traces).items():
+        write("pkgindex", name, data)
 
 
 if __name__ == "__main__":

@@ -112,6 +112,69 @@ Aboriting update</source>
     </message>
 </context>
 <context>
+    <name>InstallPackageDialog</name>
+    <message>
+        <source>Install Package</source>
+        <translation>Установка пакета</translation>
+    </message>
+    <message>
+        <source>Package:</source>
+        <translation>Пакет:</translation>
+    </message>
+    <message>
+        <source>name, URL or github:org/repo</source>
+        <translation>имя, URL или github:org/repo</translation>
+    </message>
+    <message>
+        <source>Version:</source>
+        <translation>Версия:</translation>
+    </message>
+    <message>
+        <source>latest</source>
+        <translation>последняя</translation>
+    </message>
+    <message>
+        <source>Target folder:</source>
+        <translation>Папка назначения:</translation>
+    </message>
+    <message>
+        <source>the board&apos;s lib folder</source>
+        <translation>папка lib платы</translation>
+    </message>
+    <message>
+        <source>.mpy when the board supports it</source>
+        <translation>.mpy, если плата их поддерживает</translation>
+    </message>
+    <message>
+        <source>Index:</source>
+        <translation>Индекс:</translation>
+    </message>
+    <message>
+        <source>Advanced</source>
+        <translation>Дополнительно</translation>
+    </message>
+    <message>
+        <source>Install</source>
+        <translation>Установить</translation>
+    </message>
+    <message>
+        <source>Cancelling after the current file...</source>
+        <translation>Отмена после текущего файла...</translation>
+    </message>
+    <message>
+        <source>Installing...</source>
+        <translation>Установка...</translation>
+    </message>
+    <message>
+        <source>Cancelled; the system log lists what was written.</source>
+        <translation>Отменено; записанные файлы перечислены в системном журнале.</translation>
+    </message>
+    <message>
+        <source>The install failed; the system log tells why.</source>
+        <translation>Установка не удалась; причина указана в системном журнале.</translation>
+    </message>
+</context>
+<context>
     <name>MCDirModel</name>
     <message>
         <source>Name</source>
@@ -817,8 +880,126 @@ If not, it will be uploaded to
         <translation>Синхронизированы файлы из папок %1/ и %2</translation>
     </message>
     <message>
+        <source>Install Package...</source>
+        <translation>Установить пакет...</translation>
+    </message>
+    <message>
+        <source>Install a package of the MicroPython package index on the MC</source>
+        <translation>Установить на МК пакет из индекса пакетов MicroPython</translation>
+    </message>
+    <message>
+        <source>Connect to a board first</source>
+        <translation>Сначала подключитесь к плате</translation>
+    </message>
+    <message>
         <source>REPL</source>
         <translation>REPL</translation>
+    </message>
+</context>
+<context>
+    <name>PackageIndex</name>
+    <message>
+        <source>Cannot install from %1: not a package name, github: place or URL of a .py, .mpy or .json</source>
+        <translation>Невозможно установить из %1: это не имя пакета, не место github: и не URL файла .py, .mpy или .json</translation>
+    </message>
+    <message>
+        <source>Invalid package index %1</source>
+        <translation>Неверный индекс пакетов %1</translation>
+    </message>
+    <message>
+        <source>Invalid package description %1</source>
+        <translation>Неверное описание пакета %1</translation>
+    </message>
+    <message>
+        <source>Unsafe destination %1 in %2</source>
+        <translation>Небезопасный путь назначения %1 в %2</translation>
+    </message>
+</context>
+<context>
+    <name>PackageInstaller</name>
+    <message>
+        <source>Cannot install into %1</source>
+        <translation>Невозможно установить в %1</translation>
+    </message>
+    <message>
+        <source>Installing %1 into %2 (index folder %3)</source>
+        <translation>Установка %1 в %2 (папка индекса %3)</translation>
+    </message>
+    <message>
+        <source>The board did not tell its .mpy version and library folder</source>
+        <translation>Плата не сообщила версию .mpy и папку библиотек</translation>
+    </message>
+    <message>
+        <source>Dependency cycle: %1</source>
+        <translation>Цикл зависимостей: %1</translation>
+    </message>
+    <message>
+        <source>Package %1 not found in the index</source>
+        <translation>Пакет %1 не найден в индексе</translation>
+    </message>
+    <message>
+        <source>Package %1 %2: %3 file(s)</source>
+        <translation>Пакет %1 %2: файлов: %3</translation>
+    </message>
+    <message>
+        <source>Cannot reach %1: %2</source>
+        <translation>Нет доступа к %1: %2</translation>
+    </message>
+    <message>
+        <source>no answer for %1 ms</source>
+        <translation>нет ответа в течение %1 мс</translation>
+    </message>
+    <message>
+        <source>more than %1 bytes</source>
+        <translation>больше %1 байт</translation>
+    </message>
+    <message>
+        <source>Checking %1 (%2 of %3 files)</source>
+        <translation>Проверка %1 (файл %2 из %3)</translation>
+    </message>
+    <message>
+        <source>The board did not hash %1</source>
+        <translation>Плата не вычислила хеш %1</translation>
+    </message>
+    <message>
+        <source>Skipping %1 - identical file on the board</source>
+        <translation>Пропуск %1 - на плате уже такой же файл</translation>
+    </message>
+    <message>
+        <source>File %1 does not match its hash</source>
+        <translation>Файл %1 не соответствует своему хешу</translation>
+    </message>
+    <message>
+        <source>Writing %1 (%2 of %3 files)</source>
+        <translation>Запись %1 (файл %2 из %3)</translation>
+    </message>
+    <message>
+        <source>Writing %1 (%2 bytes)</source>
+        <translation>Запись %1 (%2 байт)</translation>
+    </message>
+    <message>
+        <source>Written %1 files</source>
+        <translation>Записано файлов: %1</translation>
+    </message>
+    <message>
+        <source>Installed %1 %2 (%3 files, %4 skipped)</source>
+        <translation>Установлен %1 %2 (файлов: %3, пропущено: %4)</translation>
+    </message>
+    <message>
+        <source>Install of %1 cancelled; nothing was written</source>
+        <translation>Установка %1 отменена; ничего не записано</translation>
+    </message>
+    <message>
+        <source>Install of %1 cancelled; written: %2</source>
+        <translation>Установка %1 отменена; записано: %2</translation>
+    </message>
+    <message>
+        <source>Install of %1 failed; nothing was written</source>
+        <translation>Установка %1 не удалась; ничего не записано</translation>
+    </message>
+    <message>
+        <source>Install of %1 failed; written before the failure: %2</source>
+        <translation>Установка %1 не удалась; до ошибки записано: %2</translation>
     </message>
 </context>
 <context>

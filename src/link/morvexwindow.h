@@ -195,6 +195,11 @@ public:
     static QStringList collectLocalFiles(const QString &base, const QString &rel, bool recursive);
     void syncFiles(const QString &localRoot, const QStringList &names, bool uploadMissing);
 
+    // morvexwindow_install.cpp (src/files)
+    // The lines a call prints in the friendly REPL, up to the prompt that answers it.
+    bool replLines(const QString &call, int timeoutMs, QList<QByteArray> &lines);
+    const QString &boardFolder() const { return mcModel.rootPath; }
+
     // morvexwindow_panes.cpp (src/shell)
     void setPcFolder(const QString &path);
 
@@ -268,6 +273,9 @@ private slots:
 
     // morvexwindow_sync.cpp
     void on_actionSync_triggered();
+
+    // morvexwindow_install.cpp
+    void on_actionInstall_Package_triggered();
 
     // morvexwindow_panes.cpp
     void on_pcFolderEdit_textChanged(const QString &text);

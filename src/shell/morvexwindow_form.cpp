@@ -29,6 +29,7 @@ void MorvexWindow::setupForm()
         {ui->actionRemove, "delete"},
         {ui->actionEdit, "edit"},
         {ui->actionUpload_Package, "archive"},
+        {ui->actionInstall_Package, "cloud_download"},
         {ui->actionNew_Directory, "create_new_folder"},
         {ui->actionNew_File, "add_circle"},
         {ui->actionLaunch, "launch"},
@@ -61,6 +62,7 @@ void MorvexWindow::setBoardActions(bool on)
     ui->actionSync->setEnabled(on);
     ui->actionUpload_Package->setEnabled(on);
     ui->actionLaunch->setEnabled(on);
+    ui->actionInstall_Package->setEnabled(on);
 }
 
 void MorvexWindow::loadWindowState()

@@ -31,6 +31,7 @@ private slots:
         row("actionEdit", "Ctrl+E", "edit");
         row("actionNew_Directory", "Ctrl+Shift+N", "create_new_folder");
         row("actionNew_File", "Ctrl+N", "add_circle");
+        row("actionInstall_Package", "", "cloud_download");
         row("actionConnect", "Ctrl+O", "link");
         row("actionReset_MC", "Ctrl+R", "refresh", true);
         row("actionMonitor_Only", "Ctrl+M", "visibility", true);
@@ -54,12 +55,13 @@ private slots:
     {
         const char *placements[][2] = {
             {"menubar", "menuFile menuEdit menuHelp"},
-            {"menuFile", "menuSave_Log - actionExit"},
+            {"menuFile", "actionInstall_Package - menuSave_Log - actionExit"},
             {"menuSave_Log", "actionSaveTerminal actionSaveSyslog"},
             {"menuEdit", "actionPreferences actionClear_Syslog actionClear_Terminal"},
             {"menuHelp", "actionCheck_for_updates actionAbout_Qt actionAbout"},
             {"a_connectionToolBar", "actionConnect actionReset_MC actionMonitor_Only actionAutomatic_Reconnect"},
-            {"b_actionsToolBar", "actionUpload actionDownload actionNew_File actionEdit actionRemove actionSync - actionUpload_Package - "
+            {"b_actionsToolBar", "actionUpload actionDownload actionNew_File actionEdit actionRemove actionSync - actionUpload_Package "
+                                 "actionInstall_Package - "
                                  "actionNew_Directory actionLaunch actionAbort actionReset actionDFU"}};
         MorvexWindow w;
         for (const auto &placement : placements) {
@@ -77,14 +79,14 @@ private slots:
         QVERIFY(!w.findChild<QGroupBox *>("fileSystemGroup")->isEnabled());
         QVERIFY(!w.findChild<QToolBar *>("b_actionsToolBar")->isEnabled());
         QVERIFY(w.findChild<QToolBar *>("a_connectionToolBar")->isEnabled());
-        // The board actions switch as one, exactly these nine, and nothing else.
-        const QStringList nine = {"actionUpload", "actionDownload", "actionNew_File", "actionNew_Directory", "actionEdit",
-                                  "actionRemove", "actionSync", "actionUpload_Package", "actionLaunch"};
+        // The board actions switch as one, exactly these nine and the installer, and nothing else.
+        const QStringList gated = {"actionUpload", "actionDownload", "actionNew_File", "actionNew_Directory", "actionEdit",
+                                   "actionRemove", "actionSync", "actionUpload_Package", "actionLaunch", "actionInstall_Package"};
         for (bool on : {true, false, true}) {
             w.setBoardActions(on);
             for (const QAction *action : w.findChildren<QAction *>()) {
                 if (!action->objectName().isEmpty())
-                    QVERIFY2(action->isEnabled() == (nine.contains(action->objectName()) ? on : true), qPrintable(action->objectName()));
+                    QVERIFY2(action->isEnabled() == (gated.contains(action->objectName()) ? on : true), qPrintable(action->objectName()));
             }
         }
     }
