@@ -33,7 +33,9 @@ QStringList splitExtraPorts(const QString &value)
     QString entry;
     for (int i = 0; i < value.size();) {
         const QRegularExpressionMatch bracket =
-            closingBracket.match(value, i, QRegularExpression::NormalMatch, QRegularExpression::AnchoredMatchOption);
+            value.at(i) == QLatin1Char('[')
+                ? closingBracket.match(value, i, QRegularExpression::NormalMatch, QRegularExpression::AnchoredMatchOption)
+                : QRegularExpressionMatch();
         if (bracket.hasMatch()) {
             entry += bracket.captured();
             i = bracket.capturedEnd();
