@@ -7,6 +7,7 @@
 #include <QAbstractItemView>
 #include <QSerialPort>
 #include <QSettings>
+#include <QToolTip>
 
 ConnectionPopup::ConnectionPopup(QWidget *parent)
     : QFrame(parent, Qt::Popup)
@@ -14,6 +15,8 @@ ConnectionPopup::ConnectionPopup(QWidget *parent)
 {
     ui->setupUi(this);
     ui->applyButton->setIcon(QMaterialIcon::instance()->icon(QStringLiteral("done")));
+    // Descriptions of ports plugged in later must fit as well.
+    ui->portsCombo->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     connect(ui->portsCombo, QOverload<int>::of(&QComboBox::activated), this, [this] { m_portChosen = true; });
     connect(ui->mcCombo, QOverload<int>::of(&QComboBox::activated), this, [this] { m_familyChosen = true; });
     connect(ui->portsCombo, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &ConnectionPopup::showPortToolTip);
@@ -132,6 +135,8 @@ void ConnectionPopup::refreshPorts()
         return;
     const PortPreselection choice = reselectPort(m_ports, fresh, portName(), m_portChosen, m_rememberedPort);
     m_ports = fresh;
+    // A tip left open would still describe the port that was under it.
+    QToolTip::hideText();
     fillPorts(m_ports);
     applyChoice(choice);
     resize(size().expandedTo(sizeHint()));

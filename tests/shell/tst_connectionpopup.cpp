@@ -189,6 +189,8 @@ private slots:
         QCOMPARE(popup.portName(), taken ? fakePort(3) : chosen);
         QCOMPARE(popup.boardType(), mc);
         QCOMPARE(ports->toolTip(), ports->currentData(Qt::ToolTipRole).toString());
+        // The popup grows to show the whole entry.
+        QVERIFY(ports->width() > ports->fontMetrics().horizontalAdvance(ports->currentText()));
 
         setExtraPorts(fakePorts());
         QTRY_VERIFY(!offered(popup).contains(fakePort(3)));
