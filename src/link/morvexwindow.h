@@ -27,6 +27,7 @@ class QTemporaryFile;
 class QTextEdit;
 class QuaZip;
 class CodeEditor;
+class ReplConsole;
 struct TarArchive;
 struct TarHeader;
 struct MorvexWindowProbe;
@@ -200,6 +201,15 @@ public:
     // morvexwindow_edit.cpp (src/shell)
     void editBoardFile(const QModelIndex &index);
 
+    // morvexwindow_repl.cpp (src/shell)
+    bool linkOpen() const { return port.isOpen(); }
+    // An operation waits on the board: the console keeps off the link.
+    bool linkBusy() const { return m_linkWaits > 0; }
+    bool boardActionsOn() const;
+    // The console's statement has the board: the program's operations are
+    // off until it gives it back.
+    void consoleTakesLink(bool taken);
+
 signals:
     void eod();
     void stateChanged(MorvexWindow::MC_STATE to);
@@ -295,6 +305,9 @@ private:
     // morvexwindow_about.cpp
     void setupUpdater();
 
+    // morvexwindow_repl.cpp
+    void setupReplConsole();
+
     // morvexwindow_packages.cpp
     bool packageInProgress(); // warns when one is
     void endZPack();
@@ -328,6 +341,7 @@ private:
     QByteArray rxBuffer;
     QList<QByteArray> rxQueue;
     quint64 m_itemsQueued = 0; // every piece ever put into rxQueue, for the marks of waits
+    int m_linkWaits = 0;       // nested waits on the board now running
     QTimer reconnectTimer;
     QTimer queryTimer;
     QTemporaryFile *editTemp = nullptr;
@@ -336,4 +350,6 @@ private:
     TarArchive *zfwArchive = nullptr;
     QMenu *pcMenu = nullptr;
     QMenu *mcMenu = nullptr;
+    ReplConsole *replConsole = nullptr;
+    bool m_actionsBeforeConsole = false;
 };
