@@ -130,9 +130,7 @@ private slots:
         QTest::addColumn<int>("rememberedMc");
         QTest::addColumn<int>("port");
         QTest::addColumn<int>("mc");
-        QTest::newRow("pyboard preselected") << "[f055:9800 Pyboard Virtual Comm Port]" << QVariant() << 1 << 3 << 0;
         QTest::newRow("CP2102 preselected") << "[10c4:ea60]" << QVariant(2) << 0 << 3 << 1;
-        QTest::newRow("remembered port wins") << "[10c4:ea60]" << QVariant(1) << 0 << 1 << 0;
         QTest::newRow("remembered family of the board wins") << "[0483:5740]" << QVariant(3) << 1 << 3 << 1;
         QTest::newRow("unknown USB port not preselected") << "[067b:2303]" << QVariant() << 1 << -1 << 1;
     }
@@ -205,8 +203,6 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("toolTip");
         QTest::newRow("plain path") << "/dev/pts/4" << "" << "/dev/pts/4" << "Device: /dev/pts/4";
-        QTest::newRow("serial only") << "/tmp/v=MC01" << "" << "/tmp/v" << "Serial number: MC01\nDevice: /tmp/v";
-        QTest::newRow("ids only") << "/tmp/v[0483:5740]" << "" << "/tmp/v" << "VID:PID 0483:5740\nDevice: /tmp/v";
         QTest::newRow("description") << "/tmp/v=0123ABCD[F055:9800 Pyboard Virtual Comm Port]" << ""
                                      << "/tmp/v \u2014 Pyboard Virtual Comm Port"
                                      << "VID:PID f055:9800\nSerial number: 0123ABCD\nDevice: /tmp/v";
