@@ -17,7 +17,7 @@ QVector<SerialPortEntry> offeredPorts(const QVector<SerialPortEntry> &ports);
 
 struct PortPreselection
 {
-    int index = -1;                       // into the offered ports; -1 with none
+    int index = -1;                         // into the offered ports; -1 with none
     BoardFamily family = BoardFamily::None; // None: keep the remembered family
 };
 

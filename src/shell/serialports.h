@@ -34,9 +34,9 @@ QVector<SerialPortEntry> listSerialPorts();
 // The entries of a MORVEX_EXTRA_PORTS value, whether their paths exist or not.
 // Entries are colon-separated: "path", "path=SERIAL" (the serial number is what
 // follows the last '='), each optionally followed by "[VVVV:PPPP]" or
-// "[VVVV:PPPP DESCRIPTION]" with hexadecimal USB ids. Old entries hold no colon,
-// so a bracket with ids can't be part of a serial number; the colon inside it
-// does not separate entries.
+// "[VVVV:PPPP DESCRIPTION]" with hexadecimal USB ids. The colon inside that
+// bracket does not separate entries, and since a serial number can't hold the
+// separator, the bracket is never read as part of one.
 QVector<SerialPortEntry> parseExtraPorts(const QString &value);
 
 // The kind of a system port. Linux tells a legacy port's UART type under
