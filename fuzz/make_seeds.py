@@ -183,7 +183,7 @@ def pkgindex_seeds(traces):
 def main():
     traces = pathlib.Path(sys.argv[1])
     for target in ("replies", "ansi", "uname", "listing", "tar", "pax", "editor", "scheme", "wordlist", "dconf",
-                   "repl", "pkgindex"):
+                   "repl", "pkgindex", "extraports"):
         clear(target)
 
     for trace in sorted(traces.glob("*.txt")):
@@ -211,6 +211,10 @@ def main():
     write("uname", "esp32",
           b"import os;print(os.uname())\r\n(sysname='esp32', nodename='esp32', release='1.28.0', "
           b"version='v1.28.0 on 2026-11-21', machine='Generic ESP32 module with ESP32')\r\n>>> ")
+
+    write("extraports", "plain-and-serial", b"/tmp/ttyV0:/tmp/ttyV1=MC0001:/dev/pts/4")
+    write("extraports", "usb-ids", "/tmp/ttyV0=0123ABCD[f055:9800 Pyboard Virtual Comm Port]:/tmp/ttyV1[10c4:EA60]:"
+                                   "/tmp/ttyV2[303a:1001 Espressif: USB JTAG/serial=debug unit]".encode())
 
     for name, data in listing_seeds(traces).items():
         write("listing", name, data)

@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
     cmake g++ make ccache python3 tar fonts-dejavu-core
-    qtbase5-dev libqt5serialport5-dev qttools5-dev-tools qttools5-dev
+    qtbase5-dev libqt5serialport5-dev qttools5-dev-tools qttools5-dev qttranslations5-l10n
     libquazip1-qt5-dev fonts-material-design-icons-iconfont
     xvfb xauth
     clang libclang-rt-14-dev

@@ -83,6 +83,28 @@ Aboriting update</source>
         <source>Frame</source>
         <translation>Рамка</translation>
     </message>
+    <message>
+        <source>%1 — %2 (%3)</source>
+        <comment>port name, description, manufacturer</comment>
+        <translation>%1 — %2 (%3)</translation>
+    </message>
+    <message>
+        <source>%1 — %2</source>
+        <comment>port name, description or manufacturer</comment>
+        <translation>%1 — %2</translation>
+    </message>
+    <message>
+        <source>VID:PID %1:%2</source>
+        <translation>VID:PID %1:%2</translation>
+    </message>
+    <message>
+        <source>Serial number: %1</source>
+        <translation>Серийный номер: %1</translation>
+    </message>
+    <message>
+        <source>Device: %1</source>
+        <translation>Устройство: %1</translation>
+    </message>
 </context>
 <context>
     <name>FeedUpdater</name>

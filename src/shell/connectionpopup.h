@@ -1,6 +1,9 @@
 #pragma once
 
+#include "portchoice.h"
+
 #include <QFrame>
+#include <QTimer>
 
 class QSerialPort;
 
@@ -10,11 +13,15 @@ class ConnectionPopup;
 
 // The frame that drops below the connection tool bar: board family, port and
 // baud rate. It only collects and remembers the choices and configures the port.
+// While it is shown, the port list follows boards plugged in and pulled out.
 class ConnectionPopup : public QFrame
 {
     Q_OBJECT
 
 public:
+    // Item data of the port combo besides the serial number (Qt::UserRole).
+    enum { PortNameRole = Qt::UserRole + 1 };
+
     explicit ConnectionPopup(QWidget *parent = nullptr);
     ~ConnectionPopup() override;
 
@@ -25,6 +32,9 @@ public:
     int boardType() const;
     void configure(QSerialPort &port, QString &serial);
 
+    static QString portText(const SerialPortEntry &port);
+    static QString portToolTip(const SerialPortEntry &port);
+
 signals:
     void done();
 
@@ -33,8 +43,21 @@ private slots:
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
 
 private:
+    void refreshPorts();
+    void fillPorts(const QVector<SerialPortEntry> &ports);
+    void applyChoice(const PortPreselection &choice);
+    void showPortToolTip();
+
     Ui::ConnectionPopup *ui;
     bool isAccepted = false;
+    QVector<SerialPortEntry> m_ports;
+    QString m_rememberedPort;
+    int m_rememberedFamily = -1;
+    bool m_portChosen = false;
+    bool m_familyChosen = false;
+    QTimer m_refreshTimer;
 };

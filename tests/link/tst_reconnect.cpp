@@ -54,11 +54,12 @@ void tst_Reconnect::follow_data()
     QTest::addColumn<QString>("comesBack");  // "same" path, "other" path, or "never"
     QTest::addColumn<bool>("stranger");      // a second board, serial MC0002, listed first
     QTest::addColumn<QString>("reopened");   // "same", "other", or "" for none
-    QTest::newRow("no serial, back under its path") << "" << "same" << false << "same";
-    QTest::newRow("serial, back under its path") << "MC0001" << "same" << false << "same";
-    QTest::newRow("serial followed to another path") << "MC0001" << "other" << true << "other";
-    QTest::newRow("no serial: another path is not followed") << "" << "other" << false << "";
-    QTest::newRow("never back; a board with another serial left alone") << "MC0001" << "never" << true << "";
+    QTest::addColumn<QString>("usb");        // USB ids and description of every board's entry
+    QTest::newRow("no serial, back under its path") << "" << "same" << false << "same" << "";
+    QTest::newRow("serial, back under its path") << "MC0001" << "same" << false << "same" << "";
+    QTest::newRow("serial followed to another path") << "MC0001" << "other" << true << "other" << "[f055:9800 Pyboard: VCP]";
+    QTest::newRow("no serial: another path is not followed") << "" << "other" << false << "" << "";
+    QTest::newRow("never back; a board with another serial left alone") << "MC0001" << "never" << true << "" << "";
 }
 
 void tst_Reconnect::follow()
@@ -67,6 +68,7 @@ void tst_Reconnect::follow()
     QFETCH(QString, comesBack);
     QFETCH(bool, stranger);
     QFETCH(QString, reopened);
+    QFETCH(QString, usb);
     QTemporaryDir elsewhere;
     const QString otherPath = elsewhere.filePath(QStringLiteral("ttyBack"));
     QStringList args{QStringLiteral("--reset-mode"), QStringLiteral("usb"), QStringLiteral("--reset-delay"), QStringLiteral("300")};
@@ -74,8 +76,8 @@ void tst_Reconnect::follow()
         args << QStringLiteral("--return-link") << otherPath;
     VirtualBoard board, second;
     QVERIFY(board.start(args) && (!stranger || second.start()));
-    const QString suffix = serial.isEmpty() ? QString() : QLatin1Char('=') + serial;
-    setExtraPorts((stranger ? QStringList{second.portPath() + QStringLiteral("=MC0002")} : QStringList())
+    const QString suffix = (serial.isEmpty() ? QString() : QLatin1Char('=') + serial) + usb;
+    setExtraPorts((stranger ? QStringList{second.portPath() + QStringLiteral("=MC0002") + usb} : QStringList())
                   << board.portPath() + suffix << otherPath + suffix);
     MorvexWindow w;
     windowAction(w, "actionAutomatic_Reconnect")->setChecked(comesBack == QLatin1String("never"));

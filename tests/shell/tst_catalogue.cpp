@@ -1,6 +1,8 @@
 // The languages: the setting at start, the Russian catalogue holding every
 // text of the code, finished, and the program loading it and speaking it.
+#include "codeeditor.h"
 #include "morvexwindow.h"
+#include "morvexwindowprobe.h"
 #include "preferences.h"
 #include "testsupport.h"
 #include "translations.h"
@@ -126,6 +128,55 @@ private slots:
             QVERIFY(QCoreApplication::removeTranslator(translator));
             delete translator;
         }
+    }
+
+    // The toolkit's own texts (headers, standard buttons) come from its catalogue,
+    // which Debian ships apart from the toolkit.
+    void toolkitTextsInRussian()
+    {
+        QCommandLineParser parser;
+        parser.addOption(QCommandLineOption("reset"));
+        parser.addOption(QCommandLineOption("lang", QString(), "lang"));
+        QVERIFY(parser.parse({"morvex", "--lang", "ru_RU"}));
+        {
+            QSettings settings;
+            settleLanguageSetting(settings, parser);
+        }
+        QSettings().setValue("Updates/Auto", false);
+        const QList<QTranslator *> translators = ::installTranslators(*qApp, nullptr, "lang");
+        const auto removeTranslators = qScopeGuard([&] {
+            for (QTranslator *translator : translators) {
+                QCoreApplication::removeTranslator(translator);
+                delete translator;
+            }
+        });
+        const QString toolkitCatalogue = QLibraryInfo::location(QLibraryInfo::TranslationsPath) + "/qt_ru.qm";
+        QVERIFY2(translators.size() == 2 && translators.first()->filePath() == toolkitCatalogue,
+                 qPrintable("The toolkit's Russian catalogue " + toolkitCatalogue
+                            + " did not load: install the Debian package qttranslations5-l10n (scripts/setup.sh does)"));
+
+        MorvexWindow window;
+        QCOMPARE(MorvexWindowProbe::pcModel(window).headerData(0, Qt::Horizontal).toString(), QStringLiteral("Имя"));
+        QCOMPARE(MorvexWindowProbe::pcModel(window).headerData(1, Qt::Horizontal).toString(), QStringLiteral("Размер"));
+
+        CodeEditor editor(&window);
+        // Broken after loading, so that applying asks whether to go on.
+        QVERIFY(editor.setContent("config.json", "{\"ssid\": \"lab\"}"));
+        editor.findChild<QTextEdit *>("editor")->setPlainText("{\"ssid\": ");
+        QStringList buttons;
+        DialogAnswerer answerer([&](QWidget *widget) {
+            auto *box = qobject_cast<QMessageBox *>(widget);
+            if (!box)
+                return false;
+            for (QAbstractButton *button : box->buttons())
+                buttons << button->text();
+            box->button(QMessageBox::No)->click();
+            return true;
+        });
+        editor.findChild<QAbstractButton *>("applyButton")->click();
+        QTRY_COMPARE(answerer.answered(), 1);
+        buttons.sort();
+        QCOMPARE(buttons, QStringList({"&Да", "&Нет"}));
     }
 };
 

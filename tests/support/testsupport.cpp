@@ -3,6 +3,7 @@
 #include "connectionpopup.h"
 #include "morvexwindowprobe.h"
 #include "qmaterialicon.h"
+#include "serialports.h"
 #include "virtualboard.h"
 
 #include <QAbstractItemView>
@@ -162,13 +163,11 @@ void connectThroughPopup(MorvexWindow &window, const VirtualBoard &board, int fa
 void connectThroughPopup(MorvexWindow &window, const QString &port, int family, const QString &baud)
 {
     // Added to what is there: windows of earlier boards still reconnect through the list.
-    QStringList extra = qEnvironmentVariable("MORVEX_EXTRA_PORTS").split(QLatin1Char(':'), Qt::SkipEmptyParts);
-    const bool listed = std::any_of(extra.cbegin(), extra.cend(), [&](const QString &entry) {
-        return entry == port || entry.startsWith(port + QLatin1Char('='));
-    });
+    const QString extra = qEnvironmentVariable("MORVEX_EXTRA_PORTS");
+    const QVector<SerialPortEntry> entries = parseExtraPorts(extra);
+    const bool listed = std::any_of(entries.cbegin(), entries.cend(), [&](const SerialPortEntry &entry) { return entry.path == port; });
     if (!listed)
-        extra << port;
-    qputenv("MORVEX_EXTRA_PORTS", extra.join(QLatin1Char(':')).toLocal8Bit());
+        qputenv("MORVEX_EXTRA_PORTS", (extra.isEmpty() ? port : extra + QLatin1Char(':') + port).toLocal8Bit());
     DialogAnswerer answerer([&](QWidget *widget) {
         auto *popup = qobject_cast<ConnectionPopup *>(widget);
         if (!popup)
@@ -176,7 +175,8 @@ void connectThroughPopup(MorvexWindow &window, const QString &port, int family, 
         if (!popup)
             return false;
         popup->findChild<QComboBox *>(QStringLiteral("mcCombo"))->setCurrentIndex(family);
-        popup->findChild<QComboBox *>(QStringLiteral("portsCombo"))->setCurrentText(port);
+        auto *ports = popup->findChild<QComboBox *>(QStringLiteral("portsCombo"));
+        ports->setCurrentIndex(ports->findData(port, ConnectionPopup::PortNameRole));
         popup->findChild<QComboBox *>(QStringLiteral("baudCombo"))->setCurrentText(baud);
         popup->findChild<QToolButton *>(QStringLiteral("applyButton"))->click();
         return true;
