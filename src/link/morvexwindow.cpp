@@ -35,6 +35,7 @@ MorvexWindow::MorvexWindow(QWidget *parent)
     setupPanes();
     setupForm();
     setBoardActions(false);
+    setupPlot();
 
     reconnectTimer.setInterval(400);
     reconnectTimer.setSingleShot(true);

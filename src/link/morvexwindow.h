@@ -19,6 +19,7 @@
 #include <functional>
 
 class MVUpdater;
+class PlotView;
 class QCloseEvent;
 class QFileInfo;
 class QIODevice;
@@ -295,6 +296,9 @@ private:
     // morvexwindow_about.cpp
     void setupUpdater();
 
+    // morvexwindow_plot.cpp (src/shell)
+    void setupPlot();
+
     // morvexwindow_packages.cpp
     bool packageInProgress(); // warns when one is
     void endZPack();
@@ -336,4 +340,5 @@ private:
     TarArchive *zfwArchive = nullptr;
     QMenu *pcMenu = nullptr;
     QMenu *mcMenu = nullptr;
+    PlotView *plotView = nullptr; // fed every line of board text the terminal shows
 };
