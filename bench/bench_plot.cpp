@@ -2,7 +2,8 @@
 // can be given, into a shown PlotView; the event loop runs between bursts of
 // 1000 lines, as it does between serial reads. Prints lines per second for the
 // parser alone, the samples alone and the view with its drawing, and the
-// redraws per second the view kept up meanwhile.
+// redraws per second meanwhile; then the same lines again spread over four
+// seconds, for the redraws per second a steady stream gets.
 #include "plotdata.h"
 #include "plotlineparser.h"
 #include "plotview.h"
@@ -13,6 +14,7 @@
 #include <QStringList>
 #include <QtTest>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -67,6 +69,18 @@ int main(int argc, char *argv[])
     }
     const double wallSeconds = clock.nsecsElapsed() / 1e9;
     const int frames = view.frameCount() - framesBefore;
+
+    const double steadyRate = count / 4.0;
+    const int steadyBefore = view.frameCount();
+    clock.restart();
+    for (int at = 0; at < count;) {
+        const int due = std::min(count, int(clock.nsecsElapsed() / 1e9 * steadyRate));
+        for (; at < due; ++at)
+            view.addLine(lines.at(at));
+        QCoreApplication::processEvents();
+    }
+    const double steadySeconds = clock.nsecsElapsed() / 1e9;
+    const int steadyFrames = view.frameCount() - steadyBefore;
     if (samples != count || data.pointCount(QStringLiteral("c")) != 500 || view.pointCount(QStringLiteral("t")) != 500)
         return 1;
 
@@ -77,5 +91,7 @@ int main(int argc, char *argv[])
     std::printf("view, feeding       %10.0f lines/s\n", count / (feeding / 1e9));
     std::printf("view, with drawing  %10.0f lines/s  (%.2f s)\n", count / wallSeconds, wallSeconds);
     std::printf("redraws             %10.1f /s      (%d)\n", frames / wallSeconds, frames);
+    std::printf("steady %6.0f lines/s: %.1f redraws/s (%d in %.2f s)\n", steadyRate, steadyFrames / steadySeconds,
+                steadyFrames, steadySeconds);
     return 0;
 }

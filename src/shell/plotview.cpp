@@ -70,8 +70,8 @@ PlotView::PlotView(QWidget *parent)
     layout->setSpacing(0);
     setupToolBar();
     setupPlot();
+    m_frameTimer.setSingleShot(true);
     m_frameTimer.setTimerType(Qt::PreciseTimer);
-    m_frameTimer.setInterval(FrameIntervalMs);
     connect(&m_frameTimer, &QTimer::timeout, this, &PlotView::frameDue);
     m_data.setWindow(m_windowBox->value());
     m_dirty = true;
@@ -249,27 +249,30 @@ void PlotView::changed()
 {
     m_dirty = true;
     if (!m_frameTimer.isActive() && isVisible())
-        m_frameTimer.start();
+        scheduleFrame();
+}
+
+void PlotView::scheduleFrame()
+{
+    // The next frame comes as soon as the pace allows: at once after a pause,
+    // a whole frame interval after the start of the last one otherwise.
+    constexpr qint64 intervalNs = 1000000000 / MaxFramesPerSecond + 1;
+    const qint64 wait = m_sinceFrame.isValid() ? intervalNs - m_sinceFrame.nsecsElapsed() : 0;
+    m_frameTimer.start(wait > 0 ? int((wait + 999999) / 1000000) : 0);
 }
 
 void PlotView::frameDue()
 {
-    // Idle or hidden: no timer runs until there is something to show.
-    if (!m_dirty || !isVisible()) {
-        m_frameTimer.stop();
-        return;
-    }
-    // A timer that fired late catches up early; the pace holds all the same.
-    if (m_sinceFrame.isValid() && m_sinceFrame.nsecsElapsed() < 1000000000 / MaxFramesPerSecond)
-        return;
-    drawFrame();
+    // Hidden: drawn when shown again.
+    if (m_dirty && isVisible())
+        drawFrame();
 }
 
 void PlotView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     if (m_dirty && !m_frameTimer.isActive())
-        m_frameTimer.start();
+        scheduleFrame();
 }
 
 bool PlotView::eventFilter(QObject *watched, QEvent *event)
@@ -297,13 +300,14 @@ bool PlotView::eventFilter(QObject *watched, QEvent *event)
 
 void PlotView::drawFrame()
 {
+    // The pace counts from start to start: the drawing's own time is part of it.
+    m_sinceFrame.start();
     syncCurves();
     if (m_following)
         followNewest();
     m_plot->replot();
     m_dirty = false;
     ++m_frames;
-    m_sinceFrame.start();
 }
 
 void PlotView::syncCurves()

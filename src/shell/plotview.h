@@ -22,7 +22,6 @@ class PlotView : public QWidget
 public:
     // However fast the lines come.
     static constexpr int MaxFramesPerSecond = 30;
-    static constexpr int FrameIntervalMs = 34;
 
     explicit PlotView(QWidget *parent = nullptr);
     ~PlotView() override;
@@ -53,6 +52,7 @@ private:
     // Asks for a file with the suffix; empty when the user cancelled.
     QString askSavePath(const QString &caption, const QString &suffix, const QString &filter);
     void changed();
+    void scheduleFrame();
     void frameDue();
     void drawFrame();
     void syncCurves();
@@ -70,7 +70,7 @@ private:
     QAction *m_pauseAction = nullptr;
     QSpinBox *m_windowBox = nullptr;
     QTimer m_frameTimer;
-    QElapsedTimer m_sinceFrame;
+    QElapsedTimer m_sinceFrame; // since the start of the last frame
     bool m_dirty = false;
     bool m_paused = false;
     bool m_following = true;
