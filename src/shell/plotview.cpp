@@ -75,6 +75,19 @@ PlotView::PlotView(QWidget *parent)
     connect(&m_frameTimer, &QTimer::timeout, this, &PlotView::frameDue);
     m_data.setWindow(m_windowBox->value());
     m_dirty = true;
+    // A page of the log area: the window keeps the least size it had without it.
+    setMinimumSize(1, 1);
+}
+
+QSize PlotView::sizeHint() const
+{
+    // What the log views ask for, so the window shares its height as before.
+    return QSize(256, 192);
+}
+
+QSize PlotView::minimumSizeHint() const
+{
+    return QSize(1, 1);
 }
 
 PlotView::~PlotView()
@@ -135,6 +148,8 @@ void PlotView::setupToolBar()
 void PlotView::setupPlot()
 {
     m_plot = new QwtPlot(this);
+    // Qwt takes its whole size hint as its least size.
+    m_plot->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     m_plot->setCanvasBackground(palette().color(QPalette::Base));
     m_plot->insertLegend(new QwtLegend(), QwtPlot::RightLegend);
     auto *grid = new QwtPlotGrid();
@@ -327,6 +342,7 @@ void PlotView::syncCurves()
         auto *curve = new QwtPlotCurve(one->name);
         curve->setPen(QColor(QLatin1String(seriesColours[one->colour])), 1.5);
         curve->setRenderHint(QwtPlotItem::RenderAntialiased);
+        curve->setLegendAttribute(QwtPlotCurve::LegendShowLine);
         curve->setPaintAttribute(QwtPlotCurve::FilterPoints);
         curve->setData(new SeriesSamples(one));
         curve->attach(m_plot);

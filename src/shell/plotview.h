@@ -32,6 +32,8 @@ public:
     QStringList seriesNames() const;
     int pointCount(const QString &series) const; // the samples it holds now
     int frameCount() const { return m_frames; }  // redraws so far
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
 
 signals:
     // A line for the system log.

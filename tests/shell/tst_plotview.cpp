@@ -64,6 +64,14 @@ private slots:
         QCOMPARE(box->value(), 2000);
         box->setValue(20);
         QCOMPARE(QSettings().value("Plot/Window").toInt(), 50);
+
+        // The window's least size and its split between files and logs are those without the tab.
+        w.show();
+        const QSize least = w.minimumSizeHint();
+        const QSize logs = tabs->sizeHint();
+        tabs->removeTab(tabs->indexOf(page));
+        QCOMPARE(w.minimumSizeHint(), least);
+        QCOMPARE(tabs->sizeHint(), logs);
     }
 
     // Lines come far faster than frames: at most 30 frames a second, and at least one.
