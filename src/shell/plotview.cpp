@@ -21,7 +21,6 @@
 
 #include <qwt_legend.h>
 #include <qwt_plot.h>
-#include <qwt_plot_canvas.h>
 #include <qwt_plot_curve.h>
 #include <qwt_plot_grid.h>
 #include <qwt_plot_magnifier.h>
@@ -101,29 +100,22 @@ void PlotView::setupToolBar()
     auto *bar = new QToolBar(this);
     bar->setIconSize(QSize(16, 16));
     bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    QMaterialIcon *icons = QMaterialIcon::instance();
-
-    m_pauseAction = bar->addAction(icons->icon(QStringLiteral("pause")), tr("Pause"));
-    m_pauseAction->setObjectName(QStringLiteral("plotPauseAction"));
+    const auto add = [&](const char *icon, const QString &text, const QString &tip, const char *name) {
+        QAction *action = bar->addAction(QMaterialIcon::instance()->icon(QLatin1String(icon)), text);
+        action->setToolTip(tip);
+        action->setObjectName(QLatin1String(name));
+        return action;
+    };
+    m_pauseAction = add("pause", tr("Pause"), tr("Stop taking new samples"), "plotPauseAction");
     m_pauseAction->setCheckable(true);
-    m_pauseAction->setToolTip(tr("Stop taking new samples"));
     connect(m_pauseAction, &QAction::toggled, this, &PlotView::setPaused);
-
-    QAction *clearAction = bar->addAction(icons->icon(QStringLiteral("delete_sweep")), tr("Clear"));
-    clearAction->setObjectName(QStringLiteral("plotClearAction"));
-    clearAction->setToolTip(tr("Forget all samples"));
-    connect(clearAction, &QAction::triggered, this, &PlotView::clear);
-
+    connect(add("delete_sweep", tr("Clear"), tr("Forget all samples"), "plotClearAction"), &QAction::triggered, this,
+            &PlotView::clear);
     bar->addSeparator();
-    QAction *imageAction = bar->addAction(icons->icon(QStringLiteral("image")), tr("Save Image"));
-    imageAction->setObjectName(QStringLiteral("plotSaveImageAction"));
-    imageAction->setToolTip(tr("Save the plot as a PNG image"));
-    connect(imageAction, &QAction::triggered, this, &PlotView::saveImage);
-
-    QAction *dataAction = bar->addAction(icons->icon(QStringLiteral("table_chart")), tr("Save Data"));
-    dataAction->setObjectName(QStringLiteral("plotSaveDataAction"));
-    dataAction->setToolTip(tr("Save the samples on screen as CSV"));
-    connect(dataAction, &QAction::triggered, this, &PlotView::saveData);
+    connect(add("image", tr("Save Image"), tr("Save the plot as a PNG image"), "plotSaveImageAction"),
+            &QAction::triggered, this, &PlotView::saveImage);
+    connect(add("table_chart", tr("Save Data"), tr("Save the samples on screen as CSV"), "plotSaveDataAction"),
+            &QAction::triggered, this, &PlotView::saveData);
 
     bar->addSeparator();
     auto *label = new QLabel(tr("Window:"), bar);
