@@ -28,6 +28,7 @@ class QTemporaryFile;
 class QTextEdit;
 class QuaZip;
 class CodeEditor;
+class ReplConsole;
 struct TarArchive;
 struct TarHeader;
 struct MorvexWindowProbe;
@@ -201,6 +202,15 @@ public:
     // morvexwindow_edit.cpp (src/shell)
     void editBoardFile(const QModelIndex &index);
 
+    // morvexwindow_repl.cpp (src/shell)
+    bool linkOpen() const { return port.isOpen(); }
+    // An operation waits on the board: the console keeps off the link.
+    bool linkBusy() const { return m_linkWaits > 0; }
+    bool boardActionsOn() const;
+    // The console's statement has the board: the program's operations are
+    // off until it gives it back.
+    void consoleTakesLink(bool taken);
+
 signals:
     void eod();
     void stateChanged(MorvexWindow::MC_STATE to);
@@ -296,6 +306,9 @@ private:
     // morvexwindow_about.cpp
     void setupUpdater();
 
+    // morvexwindow_repl.cpp
+    void setupReplConsole();
+
     // morvexwindow_plot.cpp (src/shell)
     void setupPlot();
 
@@ -332,6 +345,7 @@ private:
     QByteArray rxBuffer;
     QList<QByteArray> rxQueue;
     quint64 m_itemsQueued = 0; // every piece ever put into rxQueue, for the marks of waits
+    int m_linkWaits = 0;       // nested waits on the board now running
     QTimer reconnectTimer;
     QTimer queryTimer;
     QTemporaryFile *editTemp = nullptr;
@@ -340,5 +354,7 @@ private:
     TarArchive *zfwArchive = nullptr;
     QMenu *pcMenu = nullptr;
     QMenu *mcMenu = nullptr;
+    ReplConsole *replConsole = nullptr;
+    bool m_actionsBeforeConsole = false;
     PlotView *plotView = nullptr; // fed every line of board text the terminal shows
 };
