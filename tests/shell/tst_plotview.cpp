@@ -55,8 +55,9 @@ private slots:
         auto *tabs = w.findChild<QTabWidget *>("logTabWidget");
         auto *page = w.findChild<QWidget *>("logPlotTab");
         QVERIFY(page && page->isAncestorOf(w.findChild<PlotView *>("plotView")));
-        // Behind the terminal and the system log, which keep their places.
-        QVERIFY(tabs->indexOf(page) >= 2);
+        // Behind the terminal, the system log and the REPL console, which keep their places.
+        QCOMPARE(tabs->indexOf(page), 3);
+        QCOMPARE(tabs->widget(2)->objectName(), QStringLiteral("logReplTab"));
         QCOMPARE(tabs->tabText(tabs->indexOf(page)), QStringLiteral("Plot"));
         QCOMPARE(tabs->widget(0)->objectName(), QStringLiteral("logRuntimeTab"));
         QCOMPARE(tabs->currentIndex(), 0);
