@@ -1,7 +1,8 @@
-// The Plot tab of the log area, fed by the board text of the terminal.
+// The Plot tab of the log area, fed by the board text of the terminal and the REPL console.
 #include "morvexwindow.h"
 
 #include "plotview.h"
+#include "replconsole.h"
 #include "ui_morvexwindow.h"
 
 #include <QVBoxLayout>
@@ -22,4 +23,6 @@ void MorvexWindow::setupPlot()
     else
         tabs->addTab(page, tr("Plot"));
     connect(plotView, &PlotView::message, this, &MorvexWindow::logLine);
+    if (replConsole)
+        connect(replConsole, &ReplConsole::outputLine, plotView, &PlotView::addLine);
 }

@@ -2,6 +2,7 @@
 // the virtual board plotted through the real window, paused, saved and cleared.
 #include "morvexwindow.h"
 #include "plotview.h"
+#include "replconsole.h"
 #include "testsupport.h"
 #include "virtualboard.h"
 
@@ -61,6 +62,11 @@ private slots:
         QCOMPARE(tabs->tabText(tabs->indexOf(page)), QStringLiteral("Plot"));
         QCOMPARE(tabs->widget(0)->objectName(), QStringLiteral("logRuntimeTab"));
         QCOMPARE(tabs->currentIndex(), 0);
+        // What a statement of the REPL console prints is plotted too.
+        auto *plot = w.findChild<PlotView *>("plotView");
+        QVERIFY(QMetaObject::invokeMethod(w.findChild<QWidget *>("logReplTab")->findChild<ReplConsole *>(), "outputLine",
+                                          Q_ARG(QString, "x: 5")));
+        QCOMPARE(plot->pointCount("x"), 1);
         auto *box = w.findChild<QSpinBox *>("plotWindowBox");
         QCOMPARE(box->value(), 2000);
         box->setValue(20);
