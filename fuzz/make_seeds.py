@@ -180,10 +180,28 @@ def pkgindex_seeds(traces):
     }
 
 
+def plot_seeds(traces):
+    """Lines as board programs print them, the ESP32's boot log, and what the
+    recordings received."""
+    sys.path.insert(0, str(TOP / "tools"))
+    from vboard.identity import ESP32_ROM_LOG
+    seeds = {"esp32-boot-log": ESP32_ROM_LOG}
+    seeds["program"] = b"".join(b"t: %d a: %.3f b: %d\r\n" % (n, n / 7.0, n % 7 - 3) for n in range(40))
+    seeds["python-prints"] = (b"{'a': 1, 'b': 2.5}\r\n[1.0, -2.0, 3e-05]\r\n(4, 5)\r\n"
+                              b"temp=21.5 hum=40 rpm 1200\r\nx = 3; y =4; z: -5\r\n")
+    seeds["forms"] = (b"1 -2 +3 2.5e-3 .5 7. 3E+2\tnan inf -Infinity 1e999 0x1F v2 21C 12:30:05\r\n"
+                      b"\x1b[32mtemp: \x1b[1;31m21.5\x1b[0m C; \xd1\x82: 4\r\n")
+    seeds["seventeen-names"] = b" ".join(b"s%d: %d" % (n, n) for n in range(1, 19)) + b"\r\n"
+    seeds["windows-worth"] = b"".join(b"v%d: %d\n" % (n % 20, n) for n in range(200))
+    for name in ("d3-friendly-multi-statement.txt", "i4-friendly-long-output-and-traceback.txt"):
+        seeds["trace-" + name[:-4]] = received(traces / name)
+    return seeds
+
+
 def main():
     traces = pathlib.Path(sys.argv[1])
     for target in ("replies", "ansi", "uname", "listing", "tar", "pax", "editor", "scheme", "wordlist", "dconf",
-                   "repl", "pkgindex", "extraports"):
+                   "repl", "pkgindex", "extraports", "plot"):
         clear(target)
 
     for trace in sorted(traces.glob("*.txt")):
@@ -248,6 +266,8 @@ def main():
 
     for name, data in pkgindex_seeds(traces).items():
         write("pkgindex", name, data)
+    for name, data in plot_seeds(traces).items():
+        write("plot", name, data)
 
 
 if __name__ == "__main__":

@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
     cmake g++ make ccache python3 tar fonts-dejavu-core
     qtbase5-dev libqt5serialport5-dev qttools5-dev-tools qttools5-dev qttranslations5-l10n
-    libquazip1-qt5-dev fonts-material-design-icons-iconfont
+    libquazip1-qt5-dev libqwt-qt5-dev fonts-material-design-icons-iconfont
     xvfb xauth
     clang libclang-rt-14-dev
     help2man dpkg-dev file lintian desktop-file-utils appstream

@@ -917,6 +917,97 @@ If not, it will be uploaded to
         <source>REPL</source>
         <translation>REPL</translation>
     </message>
+    <message>
+        <source>Plot</source>
+        <translation>График</translation>
+    </message>
+</context>
+<context>
+    <name>PlotView</name>
+    <message>
+        <source>Pause</source>
+        <translation>Пауза</translation>
+    </message>
+    <message>
+        <source>Stop taking new samples</source>
+        <translation>Не принимать новые отсчёты</translation>
+    </message>
+    <message>
+        <source>Clear</source>
+        <translation>Очистить</translation>
+    </message>
+    <message>
+        <source>Forget all samples</source>
+        <translation>Удалить все отсчёты</translation>
+    </message>
+    <message>
+        <source>Save Image</source>
+        <translation>Сохранить изображение</translation>
+    </message>
+    <message>
+        <source>Save the plot as a PNG image</source>
+        <translation>Сохранить график как изображение PNG</translation>
+    </message>
+    <message>
+        <source>Save Data</source>
+        <translation>Сохранить данные</translation>
+    </message>
+    <message>
+        <source>Save the samples on screen as CSV</source>
+        <translation>Сохранить показанные отсчёты в CSV</translation>
+    </message>
+    <message>
+        <source>Window:</source>
+        <translation>Окно:</translation>
+    </message>
+    <message>
+        <source> samples</source>
+        <translation> отсч.</translation>
+    </message>
+    <message>
+        <source>How many samples the plot keeps on screen</source>
+        <translation>Сколько отсчётов график держит на экране</translation>
+    </message>
+    <message>
+        <source>Wheel: zoom, drag: pan, double click: follow the newest samples</source>
+        <translation>Колесо: масштаб, перетаскивание: сдвиг, двойной щелчок: следовать за новыми отсчётами</translation>
+    </message>
+    <message>
+        <source>The plot shows at most %1 series: &quot;%2&quot; and other new names are left out</source>
+        <translation>График показывает не более %1 рядов: «%2» и другие новые имена пропущены</translation>
+    </message>
+    <message>
+        <source>Resume</source>
+        <translation>Продолжить</translation>
+    </message>
+    <message>
+        <source>Take new samples again</source>
+        <translation>Снова принимать новые отсчёты</translation>
+    </message>
+    <message>
+        <source>Save Plot Image</source>
+        <translation>Сохранить изображение графика</translation>
+    </message>
+    <message>
+        <source>PNG images (*.png)</source>
+        <translation>Изображения PNG (*.png)</translation>
+    </message>
+    <message>
+        <source>Saved to %1</source>
+        <translation>Сохранено в %1</translation>
+    </message>
+    <message>
+        <source>Cannot save to %1: %2</source>
+        <translation>Не удаётся сохранить в %1: %2</translation>
+    </message>
+    <message>
+        <source>Save Plot Data</source>
+        <translation>Сохранить данные графика</translation>
+    </message>
+    <message>
+        <source>CSV files (*.csv)</source>
+        <translation>Файлы CSV (*.csv)</translation>
+    </message>
 </context>
 <context>
     <name>PackageIndex</name>

@@ -36,6 +36,7 @@ MorvexWindow::MorvexWindow(QWidget *parent)
     setupForm();
     setupReplConsole();
     setBoardActions(false);
+    setupPlot();
 
     reconnectTimer.setInterval(400);
     reconnectTimer.setSingleShot(true);

@@ -19,6 +19,7 @@
 #include <functional>
 
 class MVUpdater;
+class PlotView;
 class QCloseEvent;
 class QFileInfo;
 class QIODevice;
@@ -316,6 +317,9 @@ private:
     // morvexwindow_repl.cpp
     void setupReplConsole();
 
+    // morvexwindow_plot.cpp (src/shell)
+    void setupPlot();
+
     // morvexwindow_packages.cpp
     bool packageInProgress(); // warns when one is
     void endZPack();
@@ -360,4 +364,5 @@ private:
     QMenu *mcMenu = nullptr;
     ReplConsole *replConsole = nullptr;
     bool m_actionsBeforeConsole = false;
+    PlotView *plotView = nullptr; // fed every line of board text the terminal shows
 };

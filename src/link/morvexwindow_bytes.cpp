@@ -2,6 +2,7 @@
 #include "morvexwindow.h"
 
 #include "boardtext.h"
+#include "plotview.h"
 #include "ui_morvexwindow.h"
 
 #include "replconsole.h"
@@ -80,7 +81,9 @@ void MorvexWindow::processQueue()
     while (!rxQueue.isEmpty()) {
         const QByteArray piece = rxQueue.takeFirst();
         if (mcState == MC_UNKNOWN || mcState == MC_RUNNING) {
-            termLine(boardUtf8(piece));
+            const QString text = boardUtf8(piece);
+            termLine(text);
+            plotView->addLine(text);
         } else if (piece != PROMPT) {
             logLine(boardUtf8(piece));
         }

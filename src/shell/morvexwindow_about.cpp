@@ -40,6 +40,7 @@ void MorvexWindow::on_actionAbout_triggered()
                          " (Apache License 2.0)</li>"
                          "<li><a href=\"https://github.com/Megaxela/QCodeEditor\">QCodeEditor</a> (MIT License)</li>"
                          "<li><a href=\"https://github.com/rxi/microtar\">microtar</a> (MIT License)</li>"
+                         "<li><a href=\"https://qwt.sourceforge.io/\">Qwt</a> (Qwt License 1.0)</li>"
                          "</ul>");
     QMessageBox::about(this, tr("Morvex"), text);
 }

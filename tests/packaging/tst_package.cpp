@@ -97,7 +97,8 @@ private slots:
         const QStringList patterns = {"Package=^morvex$", "Description=^manage MicroPython boards .+\\n .+",
                                       "Architecture=^" + run("dpkg", {"--print-architecture"}).out.trimmed() + "$",
                                       "Depends=(^|, )libqt5widgets5 \\(>= [^)]+\\)", "Depends=(^|, )libqt5serialport5 \\(>= [^)]+\\)",
-                                      "Depends=(^|, )libquazip1-qt5-1 \\(>= [^)]+\\)", "Depends=(^|, )qttranslations5-l10n(,|$)"};
+                                      "Depends=(^|, )libquazip1-qt5-1 \\(>= [^)]+\\)", "Depends=(^|, )libqwt-qt5-6 \\(>= [^)]+\\)",
+                                      "Depends=(^|, )qttranslations5-l10n(,|$)"};
         for (const QString &pattern : patterns) {
             const QString value = field(pattern.section('=', 0, 0));
             QVERIFY2(QRegularExpression(pattern.section('=', 1), QRegularExpression::DotMatchesEverythingOption).match(value).hasMatch(),

@@ -109,6 +109,19 @@ private slots:
         QVERIFY(!again.findChild<QAction *>("actionMonitor_Only")->isChecked() && !again.findChild<QAction *>("actionReset_MC")->isChecked());
     }
 
+    // Every library built into or linked by the program, with its licence.
+    void aboutBoxThirdParty()
+    {
+        MorvexWindow w;
+        QScopedPointer<DialogAnswerer> ok(DialogAnswerer::messageBox(QMessageBox::Ok));
+        w.findChild<QAction *>("actionAbout")->trigger();
+        QCOMPARE(ok->answered(), 1);
+        const QString text = ok->texts().value(0);
+        for (const char *item : {">Material design icons</a> (Apache License 2.0)", ">QCodeEditor</a> (MIT License)",
+                                 ">microtar</a> (MIT License)", ">Qwt</a> (Qwt License 1.0)"})
+            QVERIFY2(text.contains(QLatin1String(item)), qPrintable(text));
+    }
+
     void timeStampedLines()
     {
         MorvexWindow window;
