@@ -1,12 +1,15 @@
 // What an upload from the PC pane does, and where on the board the file goes.
 #include "morvexwindow.h"
 
+#include "batchitem.h"
 #include "preferences.h"
 #include "ui_morvexwindow.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QMessageBox>
+
+#include <algorithm>
 
 void MorvexWindow::on_pcFileList_doubleClicked(const QModelIndex &index)
 {
@@ -47,12 +50,58 @@ void MorvexWindow::on_pcFileList_doubleClicked(const QModelIndex &index)
 
 void MorvexWindow::on_actionUpload_triggered()
 {
+    const QList<QFileInfo> selected = selectedPcFiles();
+    if (selected.size() > 1) {
+        uploadSelection(selected);
+        return;
+    }
     const QModelIndex index = ui->pcFileList->currentIndex();
     if (index.isValid() && !pcModel.isDir(index))
         on_pcFileList_doubleClicked(index);
 }
 
+QList<QFileInfo> MorvexWindow::selectedPcFiles() const
+{
+    QList<QFileInfo> files;
+    const QModelIndexList rows = ui->pcFileList->selectionModel()->selectedRows();
+    for (const QModelIndex &row : rows) {
+        if (!pcModel.isDir(row))
+            files << pcModel.fileInfo(row);
+    }
+    // In the order of their paths, whatever order they were picked in.
+    std::sort(files.begin(), files.end(), [](const QFileInfo &a, const QFileInfo &b) {
+        return a.absoluteFilePath() < b.absoluteFilePath();
+    });
+    return files;
+}
+
+void MorvexWindow::uploadSelection(const QList<QFileInfo> &files)
+{
+    // Every question is asked before the first byte goes; a cancel sends nothing.
+    QList<BatchItem> items;
+    for (const QFileInfo &file : files) {
+        const QString target = policyTarget(file);
+        if (target.isEmpty())
+            return;
+        items << batchFile(file.absoluteFilePath(), target);
+    }
+    if (makeTargetDirs(items) && uploadBatch(items))
+        changeBoardDir(mcModel.rootPath);
+}
+
 void MorvexWindow::uploadWithPolicy(const QFileInfo &file)
+{
+    const QString target = policyTarget(file);
+    if (target.isEmpty())
+        return;
+    const int slash = target.lastIndexOf(QLatin1Char('/'));
+    if (slash >= 0 && !makeBoardDirs(target.left(slash)))
+        return;
+    if (uploadFile(file.absoluteFilePath(), target))
+        changeBoardDir(mcModel.rootPath);
+}
+
+QString MorvexWindow::policyTarget(const QFileInfo &file)
 {
     const int policy = settings.value(QStringLiteral("MC/SubDirsSel"), 2).toInt();
     const QDir root = pcModel.rootDirectory();
@@ -77,15 +126,10 @@ void MorvexWindow::uploadWithPolicy(const QFileInfo &file)
         else if (answer == QMessageBox::No)
             target = file.fileName();
         else
-            return;
+            return QString();
     }
     if (target.isEmpty())
-        return;
+        return QString();
     target = mcModel.rootPath + target;
-    target.replace(QLatin1Char('\\'), QLatin1Char('/'));
-    const int slash = target.lastIndexOf(QLatin1Char('/'));
-    if (slash >= 0 && !makeBoardDirs(target.left(slash)))
-        return;
-    if (uploadFile(file.absoluteFilePath(), target))
-        changeBoardDir(mcModel.rootPath);
+    return target.replace(QLatin1Char('\\'), QLatin1Char('/'));
 }

@@ -55,11 +55,8 @@ QStringList listing(MorvexWindow &w)
 
 QStringList boardArgs(const QString &mode, int family)
 {
-    QStringList args = VirtualBoard::familyArgs(family)
-                       << QStringLiteral("--delivery") << mode << QStringLiteral("--reset-delay") << QStringLiteral("300");
-    if (mode != QLatin1String("random")) // random cuts go unthrottled
-        return args << QStringLiteral("--baud") << QStringLiteral("115200");
-    return args;
+    return VirtualBoard::familyArgs(family) + VirtualBoard::deliveryArgs(mode)
+           << QStringLiteral("--reset-delay") << QStringLiteral("300");
 }
 } // namespace
 
