@@ -7,41 +7,37 @@ def _batch(chunk):
     rd = sys.stdin.buffer.readinto
     rdb = sys.stdin.buffer.read
     wr = sys.stdout.write
-    # each "#9>" is sent only when the next packet is read at once: a line
-    # without flow control must never bring bytes the board is not reading
+    # "#9>" goes only when the next packet is read at once: a line without
+    # flow control must never bring bytes the board does not read
     wr('#9>')
-    while True:
-        # a header is one packet: its name follows in a read of its own
-        rd(mv[:15])
-        # anything but a file header ends the batch
-        if data[0] != 0x21:
-            return
+    # a header is one packet, its name read right behind its digits; anything else ends the batch
+    while rd(mv[:15]) and data[0] == 0x21:
         try:
             count = int(bytes(data[1:11]))
-            name = str(ubinascii.a2b_base64(rdb(int(bytes(data[11:15])))), 'utf-8')
-            f = open(name, 'wb')
+            f = open(str(ubinascii.a2b_base64(rdb(int(bytes(data[11:15])))), 'utf-8'), 'wb')
         except Exception as e:
-            # reported, and the next header is awaited
+            # reported, and the next header awaited
             wr('#8' + str(e).replace('>', '\\x3e') + '>')
             continue
         code = 0x30
         error = ''
-        csum = 0
-        dsize = 0
+        csum = dsize = 0
         try:
-            if not count:
-                f.close()
-            gc.collect()
-            wr('#9>')
-            while count > 0:
+            while True:
+                # the last acknowledgement only once the file is complete
+                if not count:
+                    f.close()
+                gc.collect()
+                wr('#9>')
+                if not count:
+                    break
                 rcnt = min(count, chunk)
                 got = rd(mv[dsize:dsize + rcnt])
                 if got < rcnt:
-                    # a chunk that overruns the buffer: the rest is read, so the packets stay in step
+                    # a chunk that overruns the buffer: its rest is skipped, the packets stay in step
                     rdb(rcnt - got)
                     if code == 0x30:
-                        code = 0x32
-                        error = 'Inv data packet'
+                        code, error = 0x32, 'Inv data packet'
                 csum += sum(mv[dsize:dsize + got])
                 dsize += got
                 count -= rcnt
@@ -51,25 +47,13 @@ def _batch(chunk):
                         try:
                             f.write(ubinascii.a2b_base64(mv[:dsize]))
                         except Exception as e:
-                            code = 0x38
-                            error = str(e)
+                            code, error = 0x38, str(e)
                     dsize = 0
-                if not count:
-                    f.close()
-                # the last one only once the file is complete
-                gc.collect()
-                wr('#9>')
             rd(mv[:11])
-            if data[0] != 0x40:
-                if code == 0x30:
-                    code = 0x33
-                    error = 'Inv size csum'
-            elif code == 0x30:
-                csum &= 0xFFFFFFFF
-                if csum != int(bytes(data[1:11])):
-                    code = 0x34
-                    error = 'Inv csum {}'.format(csum)
+            if code == 0x30 and data[0] != 0x40:
+                code, error = 0x33, 'Inv size csum'
+            if code == 0x30 and csum & 0xFFFFFFFF != int(bytes(data[1:11])):
+                code, error = 0x34, 'Inv csum {}'.format(csum & 0xFFFFFFFF)
         except Exception as e:
-            code = 0x38
-            error = str(e)
+            code, error = 0x38, str(e)
         wr('#' + chr(code) + error.replace('>', '\\x3e') + '>')

@@ -816,6 +816,10 @@ If not, it will be uploaded to
         <source>Synchronized files from folders %1/ and %2</source>
         <translation>Синхронизированы файлы из папок %1/ и %2</translation>
     </message>
+    <message>
+        <source>%p% (file %1 of %2, %v of %m bytes)</source>
+        <translation>%p% (файл %1 из %2, %v из %m байт)</translation>
+    </message>
 </context>
 <context>
     <name>Preferences</name>

@@ -117,6 +117,8 @@ bool MorvexWindow::batchPacket(BatchRun &run, const QByteArray &packet, int limi
                                const QString &noReply, bool result)
 {
     run.waiting = false;
+    if (run.aborted)
+        return false;
     const bool answered = exchange(packet, limitMs, UploadPackets::answersBatchPacket);
     if (run.aborted)
         return false;
@@ -146,7 +148,10 @@ bool MorvexWindow::endBatch(BatchRun &run)
     run.waiting = false;
     if (!exchange(UploadPackets::batchEnd(), 5000, endsRawCommand) || run.aborted)
         return false;
-    while (!rxQueue.isEmpty() && !endsRawCommand(rxQueue.takeFirst())) {
+    // The raw REPL's end of the run is no news for the log.
+    while (!rxQueue.isEmpty()) {
+        if (endsRawCommand(rxQueue.takeFirst()))
+            break;
     }
     return true;
 }

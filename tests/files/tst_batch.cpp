@@ -234,7 +234,8 @@ void tst_Batch::users_data()
     QTest::newRow("synchronisation") << "sync" << QStringList{"/flash/sy/lib/c.py", "/flash/sy/a.py", "/flash/sy/b.txt"};
     // In the order of their paths; the file in a subfolder asks for its target first.
     QTest::newRow("PC pane selection") << "selection" << QStringList{"/flash/sub/x3.txt", "/flash/x1.txt", "/flash/x2.txt"};
-    QTest::newRow("zpack") << "zpack" << QStringList{"/flash/zp/a.py", "/flash/zp/b/c.bin"};
+    // A name from a package goes to the board as UTF-8.
+    QTest::newRow("zpack") << "zpack" << QStringList{"/flash/zp/a.py", "/flash/zp/b/c.bin", "/flash/zp/\u00fc.txt"};
     QTest::newRow("zfw") << "zfw" << QStringList{"/flash/zf/a.py", "/flash/zf/b/c.bin"};
 }
 
@@ -286,7 +287,8 @@ void tst_Batch::users()
         QVERIFY(boardRow(w, QStringLiteral("x2.txt")).isValid()); // listed again
     } else if (user == QLatin1String("zpack")) {
         const QString path = folder.filePath(QStringLiteral("p.zpack"));
-        QVERIFY(writeZip(path, {{"/flash/zp/a.py", content.at(0).second}, {"/flash/zp/b/c.bin", content.at(1).second}}));
+        QVERIFY(writeZip(path, {{"/flash/zp/a.py", content.at(0).second}, {"/flash/zp/b/c.bin", content.at(1).second},
+                                {QStringLiteral("/flash/zp/\u00fc.txt"), "u"}}));
         w.uploadZPack(path);
     } else {
         const QString path = folder.filePath(QStringLiteral("p.zfw"));
