@@ -34,6 +34,10 @@ def received(path):
     return b"".join(data for kind, data in trace_steps(path) if kind == "<<")
 
 
+def sent(path):
+    return b"".join(data for kind, data in trace_steps(path) if kind == ">>")
+
+
 def write(target, name, data):
     folder = CORPUS / target
     folder.mkdir(parents=True, exist_ok=True)
@@ -157,7 +161,8 @@ def dconf_compile(keyfile):
 
 def main():
     traces = pathlib.Path(sys.argv[1])
-    for target in ("replies", "ansi", "uname", "listing", "tar", "pax", "editor", "scheme", "wordlist", "dconf"):
+    for target in ("replies", "ansi", "uname", "listing", "tar", "pax", "editor", "scheme", "wordlist", "dconf",
+                   "repl"):
         clear(target)
 
     for trace in sorted(traces.glob("*.txt")):
@@ -171,6 +176,15 @@ def main():
           b"\x1b[0;33mW (312) spi_flash: Detected size(4096k) larger than the size in the binary image header\x1b[0m\r\n"
           b"\x1b[0;31mE (1020) wifi: esp_wifi_connect 1423 wifi not start\x1b[0m")
     write("ansi", "bold-and-colour", b"\x1b[1;31mTraceback\x1b[0m \x1b[1;4;32mok\x1b[m \x1b[90mgrey\x1b[0m")
+
+    # The console: a kind byte, the typed line, then what the board answered.
+    for stem, kind in (("d2-friendly-bytes-expr", 0), ("d3-friendly-multi-statement", 0), ("e1-paste-mode", 1),
+                       ("i1-friendly-tab-completion", 2), ("i2-friendly-input-builtin", 0),
+                       ("i4-friendly-long-output-and-traceback", 0), ("h1-soft-reset-friendly", 3)):
+        trace = traces / (stem + ".txt")
+        if trace.exists():
+            typed = sent(trace).split(b"\r")[0].lstrip(b"\x05")
+            write("repl", stem, bytes([kind]) + typed + b"\n" + received(trace))
 
     write("uname", "d1-friendly-uname", received(traces / "d1-friendly-uname.txt"))
     write("uname", "esp32",

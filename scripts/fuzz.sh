@@ -16,7 +16,7 @@ seconds="${1:-600}"
 shift || true
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
-    targets=(replies ansi uname listing tar pax editor scheme wordlist dconf)
+    targets=(replies ansi uname listing tar pax editor scheme wordlist dconf repl)
 fi
 
 configure_check_build

@@ -820,6 +820,10 @@ If not, it will be uploaded to
         <source>%p% (file %1 of %2, %v of %m bytes)</source>
         <translation>%p% (файл %1 из %2, %v из %m байт)</translation>
     </message>
+    <message>
+        <source>REPL</source>
+        <translation>REPL</translation>
+    </message>
 </context>
 <context>
     <name>Preferences</name>
@@ -946,6 +950,37 @@ If not, it will be uploaded to
     <message>
         <source>Visualize whitespace</source>
         <translation>Показывать пробельные символы</translation>
+    </message>
+</context>
+<context>
+    <name>ReplConsole</name>
+    <message>
+        <source>Connect to a board to use its REPL</source>
+        <translation>Подключите плату, чтобы работать с её REPL</translation>
+    </message>
+    <message>
+        <source>The board is busy</source>
+        <translation>Плата занята</translation>
+    </message>
+    <message>
+        <source>Lines go to the board as they are typed</source>
+        <translation>Строки уходят на плату так, как набраны</translation>
+    </message>
+    <message>
+        <source>Input for the running program; Ctrl+C stops it</source>
+        <translation>Ввод для работающей программы; Ctrl+C её останавливает</translation>
+    </message>
+    <message>
+        <source>Python for the board: Enter runs it, Shift+Enter adds a line, Tab completes</source>
+        <translation>Python для платы: Enter выполняет, Shift+Enter добавляет строку, Tab дополняет</translation>
+    </message>
+    <message>
+        <source>The board does not answer at its prompt</source>
+        <translation>Плата не отвечает в приглашении REPL</translation>
+    </message>
+    <message>
+        <source>The board could not be written to</source>
+        <translation>Не удалось передать данные на плату</translation>
     </message>
 </context>
 <context>

@@ -34,6 +34,7 @@ MorvexWindow::MorvexWindow(QWidget *parent)
 
     setupPanes();
     setupForm();
+    setupReplConsole();
     setBoardActions(false);
 
     reconnectTimer.setInterval(400);

@@ -28,6 +28,7 @@ class QTemporaryFile;
 class QTextEdit;
 class QuaZip;
 class CodeEditor;
+class ReplConsole;
 struct TarArchive;
 struct TarHeader;
 struct MorvexWindowProbe;
@@ -219,6 +220,15 @@ public:
     // morvexwindow_edit.cpp (src/shell)
     void editBoardFile(const QModelIndex &index);
 
+    // morvexwindow_repl.cpp (src/shell)
+    bool linkOpen() const { return port.isOpen(); }
+    // An operation waits on the board: the console keeps off the link.
+    bool linkBusy() const { return m_linkWaits > 0; }
+    bool boardActionsOn() const;
+    // The console's statement has the board: the program's operations are
+    // off until it gives it back.
+    void consoleTakesLink(bool taken);
+
 signals:
     void eod();
     void stateChanged(MorvexWindow::MC_STATE to);
@@ -326,6 +336,9 @@ private:
     // morvexwindow_targets.cpp
     QList<QFileInfo> selectedPcFiles() const;
 
+    // morvexwindow_repl.cpp
+    void setupReplConsole();
+
     // morvexwindow_packages.cpp
     bool packageInProgress(); // warns when one is
     void endZPack();
@@ -359,6 +372,7 @@ private:
     QByteArray rxBuffer;
     QList<QByteArray> rxQueue;
     quint64 m_itemsQueued = 0; // every piece ever put into rxQueue, for the marks of waits
+    int m_linkWaits = 0;       // nested waits on the board now running
     QTimer reconnectTimer;
     QTimer queryTimer;
     QTemporaryFile *editTemp = nullptr;
@@ -367,4 +381,6 @@ private:
     TarArchive *zfwArchive = nullptr;
     QMenu *pcMenu = nullptr;
     QMenu *mcMenu = nullptr;
+    ReplConsole *replConsole = nullptr;
+    bool m_actionsBeforeConsole = false;
 };

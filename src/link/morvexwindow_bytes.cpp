@@ -4,13 +4,35 @@
 #include "boardtext.h"
 #include "ui_morvexwindow.h"
 
+#include "replconsole.h"
+
 #include <QEventLoop>
+
+namespace {
+// Counts a wait on the board for as long as it runs.
+class LinkWait
+{
+public:
+    explicit LinkWait(int &waits)
+        : m_waits(waits)
+    {
+        ++m_waits;
+    }
+    ~LinkWait() { --m_waits; }
+
+private:
+    int &m_waits;
+};
+} // namespace
 
 void MorvexWindow::io_ready()
 {
     if (!port.isOpen())
         return;
-    rxBuffer.append(port.readAll());
+    const QByteArray data = port.readAll();
+    if (replConsole && replConsole->boardOutput(data))
+        return;
+    rxBuffer.append(data);
     splitReplies(pieceTerminator(mcState));
     // What the board prints by itself is shown at once; replies wait for their taker.
     if (mcState == MC_UNKNOWN || mcState == MC_RUNNING)
@@ -130,6 +152,7 @@ bool MorvexWindow::awaitReply(quint64 mark, const ReplyTest &answers, int limitM
     if (answered())
         return true;
 
+    const LinkWait counted(m_linkWaits);
     QTimer timer;
     timer.setSingleShot(true);
     timer.setInterval(limitMs);
@@ -207,6 +230,7 @@ bool MorvexWindow::endsRawCommand(const QByteArray &item)
 
 void MorvexWindow::waitInput(int ms)
 {
+    const LinkWait counted(m_linkWaits);
     QTimer timer;
     timer.setSingleShot(true);
     QEventLoop loop;
@@ -219,6 +243,7 @@ void MorvexWindow::waitInput(int ms)
 
 void MorvexWindow::delayMs(int ms)
 {
+    const LinkWait counted(m_linkWaits);
     QTimer timer;
     timer.setSingleShot(true);
     QEventLoop loop;

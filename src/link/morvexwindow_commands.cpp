@@ -2,6 +2,7 @@
 #include "morvexwindow.h"
 
 #include "boardtext.h"
+#include "replconsole.h"
 #include "ui_morvexwindow.h"
 
 #include <QRegularExpression>
@@ -151,6 +152,8 @@ void MorvexWindow::on_actionDFU_triggered()
 
 void MorvexWindow::on_actionAbort_triggered()
 {
+    if (replConsole && replConsole->interruptStatement())
+        return;
     bool success = false;
     switch (mcState) {
     case MC_UNKNOWN:

@@ -3,6 +3,7 @@
 
 #include "connectionpopup.h"
 #include "qmaterialicon.h"
+#include "replconsole.h"
 #include "ui_morvexwindow.h"
 
 #include <QEventLoop>
@@ -50,6 +51,8 @@ void MorvexWindow::settleBoard(bool afterReset)
 
 bool MorvexWindow::enterRepl()
 {
+    if (replConsole)
+        replConsole->yieldLink();
     const MC_STATE old = mcState;
     if (old == MC_REPL)
         return true;
@@ -73,6 +76,8 @@ bool MorvexWindow::enterRepl()
 
 bool MorvexWindow::enterRawRepl()
 {
+    if (replConsole)
+        replConsole->yieldLink();
     MC_STATE old = mcState;
     if (old == MC_UNKNOWN || old == MC_RUNNING) {
         if (!enterRepl())

@@ -1,6 +1,7 @@
 // The terminal and system log views: time-stamped lines, ANSI colours, saving.
 #include "morvexwindow.h"
 
+#include "ansicolors.h"
 #include "ui_morvexwindow.h"
 
 #include <QDateTime>
@@ -18,28 +19,6 @@ QString timeStampedLine(const QString &color, const QString &text)
     // Not escaped: callers pass markup of their own and board markup renders as markup.
     QString line = QStringLiteral("<font color=%2>[%1]</font>: ").arg(stamp, color) + text;
     return MorvexWindow::ansiToHtml(line);
-}
-
-QString ansiColorName(int code)
-{
-    switch (code) {
-    case MorvexWindow::TC_Red:
-        return QStringLiteral("red");
-    case MorvexWindow::TC_Green:
-        return QStringLiteral("green");
-    case MorvexWindow::TC_Yellow:
-        return QStringLiteral("yellow");
-    case MorvexWindow::TC_Blue:
-        return QStringLiteral("blue");
-    case MorvexWindow::TC_Magenta:
-        return QStringLiteral("magenta");
-    case MorvexWindow::TC_Cyan:
-        return QStringLiteral("cyan");
-    case MorvexWindow::TC_White:
-        return QStringLiteral("white");
-    default:
-        return QStringLiteral("black");
-    }
 }
 } // namespace
 

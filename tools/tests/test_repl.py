@@ -2,9 +2,22 @@
 
 import unittest
 
+from vboard.completion import columns
 from vboard.repl import continue_with_input
 
 from .boardproc import SharedBoard, VirtualBoard, raw_run, to_raw
+
+
+def type_at_prompt(test, cases):
+    """Types each row's keys at a fresh board's friendly prompt and checks the reply."""
+    with VirtualBoard() as board:
+        link = board.open()
+        link.write(b'\x03')
+        link.read_until(b'>>> ')
+        for keys, reply in cases:
+            with test.subTest(keys=keys):
+                link.write(keys)
+                test.assertEqual(link.read_count(len(reply)), reply)
 
 
 class ContinueWithInput(unittest.TestCase):
@@ -52,15 +65,49 @@ class Friendly(unittest.TestCase):
             (b'\x03', b'Traceback (most recent call last):\r\n  File "<stdin>", line 1, in <module>\r\n'
              b'KeyboardInterrupt: \r\n>>> '),
             (b'print("a\\r\\nb")\r', b'print("a\\r\\nb")\r\na\r\r\nb\r\n>>> '),
+            # input() reads through the same line editor: UTF-8 is lost there too
+            (b'y = input()\rh\xc3\xa9 w\xf0\x9f\x99\x82!\ry\r', b"y = input()\r\nh w!\r\n>>> y\r\n'h w!'\r\n>>> "),
         ]
-        with VirtualBoard() as board:
-            link = board.open()
-            link.write(b'\x03')
-            link.read_until(b'>>> ')
-            for keys, reply in cases:
-                with self.subTest(keys=keys):
-                    link.write(keys)
-                    self.assertEqual(link.read_count(len(reply)), reply)
+        type_at_prompt(self, cases)
+
+
+class Completion(unittest.TestCase):
+
+    def test_column_layout(self):
+        cases = [
+            (['a'], b'\r\na\r\n'),
+            (['a', 'b', 'c', 'd', 'e'], b'\r\na' + b' ' * 15 + b'b' + b' ' * 15 + b'c' + b' ' * 15 + b'd\r\ne\r\n'),
+            # a name of 15 leaves too small a gap: the next one moves a slot on
+            (['x' * 15, 'y'], b'\r\n' + b'x' * 15 + b' ' * 17 + b'y\r\n'),
+            (['x' * 40, 'y' * 30], b'\r\n' + b'x' * 40 + b'\r\n' + b'y' * 30 + b'\r\n'),
+        ]
+        for names, text in cases:
+            with self.subTest(names=names):
+                self.assertEqual(columns(names), text)
+
+    def test_tab_at_the_prompt(self):
+        cases = [
+            # keys, reply up to the end of what Tab printed
+            (b'abc_one = 1\r', b'abc_one = 1\r\n>>> '),
+            (b'abc_o\t', b'abc_one'),                       # a global of this session
+            (b'\r', b'\r\n1\r\n>>> '),
+            (b'abc_two = 2\rabc_\t', b'abc_two = 2\r\n>>> abc_\r\nabc_one         abc_two\r\n>>> abc_'),
+            (b'\x03zq\t\r', b"\r\n>>> zq\r\nTraceback (most recent call last):\r\n"
+             b"  File \"<stdin>\", line 1, in <module>\r\nNameError: name 'zq' isn't defined\r\n>>> "),
+            (b'import ti\t\r', b'import time\r\n>>> '),
+            (b'time.ticks_d\t\x03', b'time.ticks_diff\r\n>>> '),
+            (b'time._\t\x03', b'time.__\r\n>>> '),        # "_" names only for a "_" prefix
+            (b'time.sleep_\t\x03', b'time.sleep_\r\nsleep_ms        sleep_us\r\n>>> time.sleep_\r\n>>> '),
+            (b'time.nothing.x\t\x03', b'time.nothing.x\r\n>>> '),
+            # in the middle of a line: the rest of the line is drawn again
+            (b'print(time.tic)\x1b[D\t\x03', b'print(time.tic)\x08ks_)\x08\r\n>>> '),
+            # only spaces before the cursor: an indent
+            (b'\t  \t\x03', b'          \r\n>>> '),
+            (b'if abc_one:\rabc_\t', b'if abc_one:\r\n...     abc_\r\nabc_one         abc_two\r\n...     abc_'),
+            (b'\x03', b'\r\n>>> '),
+            (b'x = input("? ")\rabc_t\t\r', b'x = input("? ")\r\n? abc_two\r\n>>> '),
+        ]
+        type_at_prompt(self, cases)
 
 
 class Runtime(SharedBoard, unittest.TestCase):
@@ -76,6 +123,7 @@ class Runtime(SharedBoard, unittest.TestCase):
              "b'a9993e364706816aba3e25717850c26c9cd0d89d'"),
             ("__import__('binascii').a2b_base64(b'aGk=')", "b'hi'"),
             ("(sys.implementation._machine, sys.platform)", "('PYBv1.1 with STM32F405RG', 'pyboard')"),
+            ("(sys.implementation._mpy & 0xff, sys.path)", "(6, ['', '/flash', '/flash/lib'])"),
             ("os.uname().sysname", "'pyboard'"),
             ("__import__('time').ticks_diff(5, (1 << 30) - 5)", '10'),
             ("__import__('pyb').FlashWriter().__enter__() is not None", 'True'),
@@ -121,6 +169,18 @@ class Runtime(SharedBoard, unittest.TestCase):
         self.assertEqual(self.link.read_until(b'0\r\n'), b'OK0\r\n')
         self.link.write(b'z')
         self.assertEqual(self.link.read_until(b'\x04>'), b"1 b'z'\r\n\x04\x04>")
+
+
+class Options(unittest.TestCase):
+
+    def test_board_without_mpy(self):
+        with VirtualBoard('--no-mpy', '--family', 'esp32') as board:
+            link = board.open()
+            to_raw(link)
+            self.assertEqual(raw_run(link, "import sys\nprint(sys.implementation)\n"
+                                           "print(hasattr(sys.implementation, '_mpy'), sys.path)"),
+                             (b"(name='micropython', version=(1, 28, 0, ''), _machine='Generic ESP32 module with ESP32', "
+                              b"_build='ESP32_GENERIC')\r\nFalse ['', '.frozen', '/lib']\r\n", b''))
 
 
 class RawPaste(unittest.TestCase):

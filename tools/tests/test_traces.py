@@ -52,6 +52,8 @@ class TraceReplay(unittest.TestCase):
         args = ['--identity', 'reference']
         if 'littlefs2' in pre:
             args += ['--family', 'esp32']
+        if name.startswith('i'):
+            args += ['--geometry', '1024:2028']  # the i series' board, a later build, formats 1 KiB clusters
         with VirtualBoard(*args, files=FILES.get(name)) as board:
             link = board.open()
             if 'raw REPL' in pre:

@@ -72,7 +72,8 @@ class Board(ReplMixin):
         self.clock = Clock(self.identity.clock_from_boot)
         blocks = {('stm32', 'reference'): 2008, ('esp32', 'reference'): 256}.get(
             (self.family, opts.identity), 2008 if self.family == 'stm32' else 512)
-        self.fs = BoardFS(opts.fs, self.family, blocks, self.clock, sizes=not opts.no_sizes)
+        block_size, blocks = opts.geometry or (None, blocks)
+        self.fs = BoardFS(opts.fs, self.family, blocks, self.clock, sizes=not opts.no_sizes, block_size=block_size)
         self.transcript = Transcript(opts.transcript)
         self.port = Port(opts.link, self.transcript, opts.baud, opts.delivery, opts.seed)
         self.queue = InputQueue(opts.rx_buffer)
@@ -168,16 +169,28 @@ class Board(ReplMixin):
             i = data.find(c)
             if i >= 0:
                 self.queue.feed(data, i, bytes([c]))
-                signal.pthread_kill(self.main_ident, KICK)
+                self._kick()
                 return
         self.queue.feed(data)
+
+    def _kick(self, again=False):
+        """Makes the board's thread take a pending interrupt or reset."""
+        q = self.queue
+        if again and not (self.executing and (q.interrupt or q.reset)):
+            return
+        signal.pthread_kill(self.main_ident, KICK)
+        # A signal that lands just before the board's thread enters a blocking
+        # call (a sleep) does not wake it: repeat until it is taken.
+        timer = threading.Timer(0.05, self._kick, (True,))
+        timer.daemon = True
+        timer.start()
 
     def request_reset(self, kind):
         """Reader thread: the port is gone; the board restarts."""
         self.queue.reset = kind
         self.queue.poke()
         if self.executing:
-            signal.pthread_kill(self.main_ident, KICK)
+            self._kick()
 
     def _on_kick(self, signum, frame):
         if not self.executing:
@@ -199,23 +212,23 @@ class Board(ReplMixin):
 
     def getc(self, user=False):
         q = self.queue
-        while True:
-            with q.lock:
-                self._pending(user)
-                if q.buf:
-                    c = q.buf[0]
-                    del q.buf[0]
-                    q.space.notify_all()
-                    return c
-                if not self.obuf and not self.silent:
-                    # input() of running code reads the line as it comes
-                    q.wanted = q.UNLIMITED
-                    try:
+        # input() of running code reads the line as it comes
+        q.wanted = q.UNLIMITED
+        try:
+            while True:
+                with q.lock:
+                    self._pending(user)
+                    if q.buf:
+                        c = q.buf[0]
+                        del q.buf[0]
+                        q.space.notify_all()
+                        return c
+                    if not self.obuf and not self.silent:
                         q.ready.wait(0.5)
-                    finally:
-                        q.wanted = 0
-                    continue
-            self._idle()
+                        continue
+                self._idle()
+        finally:
+            q.wanted = 0
 
     def take_chunk(self, stops):
         """All bytes up to the first match of stops, and the stop byte (or None)."""
@@ -267,9 +280,8 @@ class Board(ReplMixin):
             self._pending(True)
 
     def input_line(self, prompt=''):
-        self.stdout.write(str(prompt))
         buf = bytearray()
-        r = self.readline(buf, b'', user=True)
+        r = self.readline(buf, self.text(str(prompt)), user=True)
         if r == 3:
             raise KeyboardInterrupt()
         if r == 4 and not buf:

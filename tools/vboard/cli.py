@@ -12,6 +12,13 @@ def _call_and_count(text):
     return call.encode(), int(n)
 
 
+def _geometry(text):
+    size, sep, count = text.partition(':')
+    if not sep or not size.isdigit() or not count.isdigit() or int(size) < 1 or int(count) < 1:
+        raise argparse.ArgumentTypeError('expected SIZE:COUNT, got %r' % text)
+    return int(size), int(count)
+
+
 def parse(argv):
     p = argparse.ArgumentParser(prog='virtual_board.py',
                                 description='A MicroPython board on a pseudo-terminal.')
@@ -23,6 +30,10 @@ def parse(argv):
     p.add_argument('--reset-delay', type=int, default=1000, metavar='MS')
     p.add_argument('--no-md5', action='store_true')
     p.add_argument('--no-sizes', action='store_true')
+    p.add_argument('--geometry', type=_geometry, metavar='SIZE:COUNT',
+                   help="block size and block count of the board's file system")
+    p.add_argument('--no-mpy', action='store_true',
+                   help='sys.implementation has no _mpy, as on firmware that cannot import .mpy files')
     p.add_argument('--baud', type=int, default=0)
     p.add_argument('--delivery', choices=('usb', 'uart', 'bytes', 'random'), default='usb',
                    help='how output reaches the host: whole packets (usb), 1 ms of the line at a time '

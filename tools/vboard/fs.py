@@ -20,12 +20,12 @@ S_IFREG = 0x8000
 class BoardFS:
     """FAT at /flash (stm32 family) or littlefs2 at / (esp32 family)."""
 
-    def __init__(self, host_root, family, blocks, clock, sizes=True):
+    def __init__(self, host_root, family, blocks, clock, sizes=True, block_size=None):
         os.makedirs(host_root, exist_ok=True)
         self.root = os.path.realpath(host_root)
         self.fat = family == 'stm32'
         self.mount = '/flash' if self.fat else '/'
-        self.block_size = 512 if self.fat else 4096
+        self.block_size = block_size or (512 if self.fat else 4096)
         self.blocks = blocks
         self.clock = clock
         self.sizes = sizes

@@ -19,12 +19,25 @@ EPOCH_2000 = 946684800
 TICKS_MASK = (1 << 30) - 1
 
 
+# Names the firmware interns before all others; in a module's table they come
+# first, the rest follow sorted by their bytes.
+_INTERNED_FIRST = ('open', 'read', 'readinto', 'readline', 'remove', 'sep', 'write')
+
+
+def firmware_order(names):
+    """Names in the order the firmware's tables list them (dir(), Tab completion)."""
+    names = list(dict.fromkeys(names))
+    first = [n for n in _INTERNED_FIRST if n in names]
+    return first + sorted((n for n in names if n not in first), key=lambda n: n.encode())
+
+
 class MpModule:
-    """A module object: repr "<module 'name'>", dir() in definition order."""
+    """A module object: repr "<module 'name'>", dir() in the firmware's table order."""
 
     def __init__(self, name, members):
         self.__name__ = name
-        self._mp_dir = ['__class__', '__name__', '__dict__'] + [k for k in members if not k.startswith('_')]
+        self._mp_dir = ['__class__', '__name__', '__dict__'] + firmware_order(
+            k for k in members if not k.startswith('_'))
         for k, v in members.items():
             setattr(self, k, v)
 
@@ -118,50 +131,63 @@ def make_os(board):
     def urandom(n):
         return bytes(_random.getrandbits(8) for _ in range(n))
 
-    return MpModule('os', {
-        'uname': uname, 'urandom': urandom,
+    vfs = board.session.builtin('vfs')
+    members = {
+        'uname': uname,
         'chdir': fs.chdir, 'getcwd': fs.getcwd, 'ilistdir': fs.ilistdir, 'listdir': fs.listdir,
-        'mkdir': fs.mkdir, 'remove': fs.remove, 'rename': fs.rename, 'rmdir': fs.rmdir,
-        'stat': fs.stat, 'statvfs': fs.statvfs, 'sync': lambda: None,
-        'dupterm': lambda *a: None,
+        'mkdir': fs.mkdir, 'remove': fs.remove, 'unlink': fs.remove, 'rename': fs.rename,
+        'rmdir': fs.rmdir, 'stat': fs.stat, 'statvfs': fs.statvfs,
+        'mount': vfs.mount, 'umount': vfs.umount, 'VfsFat': vfs.VfsFat, 'VfsLfs2': vfs.VfsLfs2,
         'sep': '/',
-    })
+    }
+    # The reference board under QEMU has neither a random source nor dupterm.
+    if ident.name != 'reference':
+        members.update({'urandom': urandom, 'sync': lambda: None, 'dupterm': lambda *a: None})
+    return MpModule('os', members)
 
 
 class _Vfs:
-    def __init__(self, name):
-        self.name = name
-
     def __repr__(self):
-        return '<%s>' % self.name
+        return '<%s>' % type(self).__name__
 
 
 def make_vfs(board):
     fs = board.fs
-    vfs = _Vfs('VfsFat' if fs.fat else 'VfsLfs2')
+    kinds = {n: type(n, (_Vfs,), {}) for n in ('VfsFat', 'VfsLfs2')}
+    vfs = kinds['VfsFat' if fs.fat else 'VfsLfs2']()
 
     def mount(*args, **kw):
         if args or kw:
             raise MpOSError(ERRNO['EPERM'])
         return [(vfs, fs.mount)]
 
-    return MpModule('vfs', {'mount': mount, 'umount': lambda *a: None})
+    return MpModule('vfs', dict(kinds, mount=mount, umount=lambda *a: None))
 
 
-class _Implementation(tuple):
-    name = property(lambda s: s[0])
-    version = property(lambda s: s[1])
-    _machine = property(lambda s: s[2])
-    _mpy = property(lambda s: s[3])
-    _build = property(lambda s: s[4])
+class _AttrTuple(tuple):
+    """A tuple whose items are also attributes, printed as (name=value, ...)."""
+
+    def __new__(cls, fields):
+        t = super().__new__(cls, [v for _, v in fields])
+        t._names = [k for k, _ in fields]
+        return t
+
+    def __getattr__(self, name):
+        if name in self._names:
+            return self[self._names.index(name)]
+        raise AttributeError("'tuple' object has no attribute '%s'" % name)
 
     def __repr__(self):
-        return "(name=%r, version=%r, _machine=%r, _mpy=%d, _build=%r)" % tuple(self)
+        return '(%s)' % ', '.join('%s=%r' % f for f in zip(self._names, self))
 
 
 def make_sys(board):
     ident = board.identity
-    path = ['', '.frozen', '/flash', '/flash/lib'] if board.fs.fat else ['', '.frozen', '/lib']
+    path = ['', '/flash', '/flash/lib'] if board.fs.fat else ['', '.frozen', '/lib']
+    implementation = [('name', 'micropython'), ('version', (1, 28, 0, '')), ('_machine', ident.machine),
+                      ('_mpy', ident.mpy), ('_build', ident.build)]
+    if board.opts.no_mpy:
+        del implementation[3]
 
     def exit(code=None):
         raise SystemExit(code) if code is not None else SystemExit()
@@ -172,7 +198,7 @@ def make_sys(board):
 
     return MpModule('sys', {
         'argv': [], 'byteorder': 'little', 'exit': exit,
-        'implementation': _Implementation(('micropython', (1, 28, 0, ''), ident.machine, ident.mpy, ident.build)),
+        'implementation': _AttrTuple(implementation),
         'maxsize': 2147483647, 'modules': board.session.loaded, 'path': path,
         'platform': ident.platform, 'print_exception': print_exception,
         'stderr': board.stdout, 'stdin': board.stdin, 'stdout': board.stdout,

@@ -3,6 +3,8 @@
 import re
 import struct
 
+from . import completion
+
 CTRL_A, CTRL_B, CTRL_C, CTRL_D, CTRL_E = 1, 2, 3, 4, 5
 RAW_BANNER = b'raw REPL; CTRL-B to exit\r\n'
 RAW_PASTE_WINDOW = 128
@@ -168,7 +170,18 @@ class ReplMixin:
                     buf[cursor:cursor] = b'    '
                     redraw = True
                     fwd = 4
-            elif c >= 0x20 and c != 0x7f:
+                else:
+                    prefix, names = completion.candidates(bytes(buf[orig:cursor]), self.session)
+                    rest = completion.insertion(prefix, names).encode()
+                    if rest:
+                        buf[cursor:cursor] = rest
+                        redraw = True
+                        fwd = len(rest)
+                    elif len(names) > 1:
+                        self.out(completion.columns(names) + prompt + bytes(buf[orig:cursor]))
+                        redraw = True
+            elif 0x20 <= c <= 0x7e:
+                # The line editor keeps printable ASCII only: UTF-8 typed here is lost.
                 buf.insert(cursor, c)
                 redraw = True
                 fwd = 1

@@ -8,7 +8,7 @@ import sys
 import types
 
 from .errors import BoardSyntaxError, parse_error
-from .modules import BUILTIN_MODULES, MpModule, make_pyb
+from .modules import BUILTIN_MODULES, MpModule, firmware_order, make_pyb
 from .stdio import encode
 
 _SURROGATE = re.compile('[\udc80-\udcff]')
@@ -34,15 +34,33 @@ def board_compile(source, filename, kind):
         raise BoardSyntaxError(filename, e.lineno or 1, 'SyntaxError', e.msg) from None
 
 
+_SIMULATOR = os.path.dirname(os.path.abspath(__file__)) + os.sep
+
+
+def _firmware_function(obj):
+    # What the firmware itself provides, as opposed to functions defined on the board.
+    if isinstance(obj, types.MethodType):
+        obj = obj.__func__
+    if isinstance(obj, types.FunctionType):
+        return obj.__code__.co_filename.startswith(_SIMULATOR)
+    return isinstance(obj, types.BuiltinFunctionType)
+
+
 def mp_repr(obj):
     # The firmware escapes every non-ASCII character of a str repr.
     if isinstance(obj, (str, list, tuple, dict, set)):
         return ascii(obj)
+    if isinstance(obj, type):
+        return "<class '%s'>" % obj.__name__
+    if _firmware_function(obj):
+        return '<function>'
     return repr(obj)
 
 
 def _mp_str(obj):
-    return mp_repr(obj) if isinstance(obj, (list, tuple, dict, set)) else str(obj)
+    if isinstance(obj, (list, tuple, dict, set, type)) or _firmware_function(obj):
+        return mp_repr(obj)
+    return str(obj)
 
 
 def mp_dir(*args):
@@ -116,10 +134,17 @@ class Session:
             mod = self.load('.'.join(parts[:i + 1]), parent=mod)
         return mod if fromlist else top
 
-    def builtin(self, name):
+    def _factories(self):
         factories = dict(BUILTIN_MODULES)
         if self.board.family == 'stm32':
             factories['pyb'] = make_pyb
+        return factories
+
+    def module_names(self):
+        return firmware_order(self._factories())
+
+    def builtin(self, name):
+        factories = self._factories()
         if name not in factories and name[:1] == 'u' and name[1:] in factories:
             name = name[1:]  # uos, utime, ... are the same modules
         if name not in factories:
