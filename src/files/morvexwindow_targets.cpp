@@ -1,15 +1,12 @@
 // What an upload from the PC pane does, and where on the board the file goes.
 #include "morvexwindow.h"
 
-#include "batchitem.h"
 #include "preferences.h"
 #include "ui_morvexwindow.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QMessageBox>
-
-#include <algorithm>
 
 void MorvexWindow::on_pcFileList_doubleClicked(const QModelIndex &index)
 {
@@ -58,35 +55,6 @@ void MorvexWindow::on_actionUpload_triggered()
     const QModelIndex index = ui->pcFileList->currentIndex();
     if (index.isValid() && !pcModel.isDir(index))
         on_pcFileList_doubleClicked(index);
-}
-
-QList<QFileInfo> MorvexWindow::selectedPcFiles() const
-{
-    QList<QFileInfo> files;
-    const QModelIndexList rows = ui->pcFileList->selectionModel()->selectedRows();
-    for (const QModelIndex &row : rows) {
-        if (!pcModel.isDir(row))
-            files << pcModel.fileInfo(row);
-    }
-    // In the order of their paths, whatever order they were picked in.
-    std::sort(files.begin(), files.end(), [](const QFileInfo &a, const QFileInfo &b) {
-        return a.absoluteFilePath() < b.absoluteFilePath();
-    });
-    return files;
-}
-
-void MorvexWindow::uploadSelection(const QList<QFileInfo> &files)
-{
-    // Every question is asked before the first byte goes; a cancel sends nothing.
-    QList<BatchItem> items;
-    for (const QFileInfo &file : files) {
-        const QString target = policyTarget(file);
-        if (target.isEmpty())
-            return;
-        items << batchFile(file.absoluteFilePath(), target);
-    }
-    if (makeTargetDirs(items) && uploadBatch(items))
-        changeBoardDir(mcModel.rootPath);
 }
 
 void MorvexWindow::uploadWithPolicy(const QFileInfo &file)

@@ -199,6 +199,8 @@ public:
     void uploadWithPolicy(const QFileInfo &file);
     // Where file goes on the board by "MC/SubDirsSel"; empty when the user cancels.
     QString policyTarget(const QFileInfo &file);
+
+    // morvexwindow_selection.cpp (src/files)
     // Several files of the PC pane, copied as they are in one batch.
     void uploadSelection(const QList<QFileInfo> &files);
 
@@ -333,8 +335,8 @@ private:
     bool endBatch(BatchRun &run);
     void showBatchProgress(const BatchRun &run);
 
-    // morvexwindow_targets.cpp
-    QList<QFileInfo> selectedPcFiles() const;
+    // morvexwindow_selection.cpp
+    QList<QFileInfo> selectedPcFiles() const; // files only, in the order of their paths
 
     // morvexwindow_repl.cpp
     void setupReplConsole();
