@@ -914,6 +914,10 @@ If not, it will be uploaded to
         <translation>Сначала подключитесь к плате</translation>
     </message>
     <message>
+        <source>%p% (file %1 of %2, %v of %m bytes)</source>
+        <translation>%p% (файл %1 из %2, %v из %m байт)</translation>
+    </message>
+    <message>
         <source>REPL</source>
         <translation>REPL</translation>
     </message>

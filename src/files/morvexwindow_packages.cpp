@@ -1,9 +1,9 @@
 // Package upload: zpack (zip) and zfw (tar) archives unpacked onto the board.
 #include "morvexwindow.h"
 
+#include "batchitem.h"
 #include "tarreader.h"
 
-#include <QBuffer>
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QRegularExpression>
@@ -11,6 +11,7 @@
 
 #include <quazip.h>
 #include <quazipfile.h>
+#include <quazipfileinfo.h>
 
 bool MorvexWindow::packageInProgress()
 {
@@ -62,28 +63,33 @@ void MorvexWindow::uploadZPack(const QString &path)
         }
     }
 
-    for (const QString &name : names) {
-        if (!zpackArchive->setCurrentFile(name)) {
-            logLine(tr("ZPack is broken (cannot get %1). Abort").arg(name));
-            endZPack();
-            return;
-        }
-        bool uploaded = false;
-        {
+    // Each member is read at its turn in the batch; the files before a broken one stay on the board.
+    const QList<QuaZipFileInfo64> infos = zpackArchive->getFileInfoList64();
+    QList<BatchItem> members;
+    for (int i = 0; i < names.size(); ++i) {
+        const QString name = names.at(i);
+        BatchItem item;
+        item.target = name.startsWith(QLatin1Char('/')) ? name : QLatin1Char('/') + name;
+        item.size = i < infos.size() ? qint64(infos.at(i).uncompressedSize) : 0;
+        item.read = [this, name](QByteArray &data) {
+            if (!zpackArchive->setCurrentFile(name)) {
+                logLine(tr("ZPack is broken (cannot get %1). Abort").arg(name));
+                return false;
+            }
             QuaZipFile member(zpackArchive);
             if (!member.open(QIODevice::ReadOnly)) {
                 logLine(tr("ZPack is broken (cannot read %1). Abort").arg(name));
-                endZPack();
-                return;
+                return false;
             }
             logLine(tr("Uploading %1 from zpack").arg(name));
-            const QString target = name.startsWith(QLatin1Char('/')) ? name : QLatin1Char('/') + name;
-            uploaded = uploadData(member, target);
-        }
-        if (!uploaded) {
-            endZPack();
-            return;
-        }
+            data = member.readAll();
+            return true;
+        };
+        members << item;
+    }
+    if (!uploadBatch(members)) {
+        endZPack();
+        return;
     }
     logLine(tr("ZPack uploaded!"));
     endZPack();
@@ -112,6 +118,8 @@ void MorvexWindow::uploadZfw(const QString &path)
         return makeBoardDirs(dir);
     };
     QByteArray data;
+    // The walk makes the folders as they come and gathers the files, which then go in one batch.
+    QList<BatchItem> files;
 
     TarHeader header;
     // Any reader error ends the walk, also in mid-archive, and counts as the end of the package.
@@ -127,13 +135,15 @@ void MorvexWindow::uploadZfw(const QString &path)
                 endZfw();
                 return;
             }
-            logLine(tr("Uploading %1").arg(name));
-            QBuffer source(&data);
-            source.open(QIODevice::ReadOnly);
-            if (!uploadData(source, name)) {
-                endZfw();
-                return;
-            }
+            BatchItem item;
+            item.target = name;
+            item.size = data.size();
+            item.read = [this, name, data](QByteArray &out) {
+                logLine(tr("Uploading %1").arg(name));
+                out = data;
+                return true;
+            };
+            files << item;
         } else if (header.type == '5') {
             if (!makeDirOnce(name)) {
                 endZfw();
@@ -153,6 +163,10 @@ void MorvexWindow::uploadZfw(const QString &path)
         tar_seek(zfwArchive, here);
         if (tar_next(zfwArchive) != TAR_ESUCCESS)
             break;
+    }
+    if (!uploadBatch(files)) {
+        endZfw();
+        return;
     }
     logLine(tr("ZFW firmware pack uploaded!"));
     endZfw();

@@ -1,6 +1,7 @@
 // One-way synchronisation of a local folder onto the board, by a hash the board computes itself.
 #include "morvexwindow.h"
 
+#include "batchitem.h"
 #include "syncconfigurationdialog.h"
 
 #include <QCryptographicHash>
@@ -101,11 +102,12 @@ void MorvexWindow::syncFiles(const QString &localRoot, const QStringList &names,
         logLine(tr("Skipping %1 - files are identical").arg(name));
     }
 
-    for (const QString &name : qAsConst(pending)) {
-        if (!uploadFile(localRoot + QLatin1Char('/') + name, boardFolder + name)) {
-            logLine(tr("Synchronization aborted - file upload failure"));
-            return;
-        }
+    QList<BatchItem> uploads;
+    for (const QString &name : qAsConst(pending))
+        uploads << batchFile(localRoot + QLatin1Char('/') + name, boardFolder + name);
+    if (!uploadBatch(uploads)) {
+        logLine(tr("Synchronization aborted - file upload failure"));
+        return;
     }
     logLine(tr("Synchronized files from folders %1/ and %2").arg(localRoot, boardFolder));
 }

@@ -47,12 +47,29 @@ void MorvexWindow::on_pcFileList_doubleClicked(const QModelIndex &index)
 
 void MorvexWindow::on_actionUpload_triggered()
 {
+    const QList<QFileInfo> selected = selectedPcFiles();
+    if (selected.size() > 1) {
+        uploadSelection(selected);
+        return;
+    }
     const QModelIndex index = ui->pcFileList->currentIndex();
     if (index.isValid() && !pcModel.isDir(index))
         on_pcFileList_doubleClicked(index);
 }
 
 void MorvexWindow::uploadWithPolicy(const QFileInfo &file)
+{
+    const QString target = policyTarget(file);
+    if (target.isEmpty())
+        return;
+    const int slash = target.lastIndexOf(QLatin1Char('/'));
+    if (slash >= 0 && !makeBoardDirs(target.left(slash)))
+        return;
+    if (uploadFile(file.absoluteFilePath(), target))
+        changeBoardDir(mcModel.rootPath);
+}
+
+QString MorvexWindow::policyTarget(const QFileInfo &file)
 {
     const int policy = settings.value(QStringLiteral("MC/SubDirsSel"), 2).toInt();
     const QDir root = pcModel.rootDirectory();
@@ -77,15 +94,10 @@ void MorvexWindow::uploadWithPolicy(const QFileInfo &file)
         else if (answer == QMessageBox::No)
             target = file.fileName();
         else
-            return;
+            return QString();
     }
     if (target.isEmpty())
-        return;
+        return QString();
     target = mcModel.rootPath + target;
-    target.replace(QLatin1Char('\\'), QLatin1Char('/'));
-    const int slash = target.lastIndexOf(QLatin1Char('/'));
-    if (slash >= 0 && !makeBoardDirs(target.left(slash)))
-        return;
-    if (uploadFile(file.absoluteFilePath(), target))
-        changeBoardDir(mcModel.rootPath);
+    return target.replace(QLatin1Char('\\'), QLatin1Char('/'));
 }

@@ -2,15 +2,13 @@
 #include "morvexwindow.h"
 
 #include "ui_morvexwindow.h"
+#include "uploadpackets.h"
 
 #include <QFile>
 
-namespace {
-QByteArray packet(char lead, quint32 value)
-{
-    return lead + QByteArray::number(value).rightJustified(10, '0');
-}
+using UploadPackets::numbered;
 
+namespace {
 // _upload answers a packet with "#9", or ends with its result.
 bool answersPacket(const QByteArray &item)
 {
@@ -31,7 +29,7 @@ bool MorvexWindow::uploadData(QIODevice &source, const QString &target)
     // No reply is awaited: the board stays silent until the size packet, its "OK" waits in the buffer.
     if (!transmit(QStringLiteral("_upload('%1', %2)").arg(target, QString::number(chunk)).toLatin1() + CTRL_D))
         return false;
-    if (!exchange(packet('!', quint32(total)), 5000, answersPacket)) {
+    if (!exchange(numbered('!', quint32(total)), 5000, answersPacket)) {
         logLine(tr("Error while starting the transmission. Aborted"));
         return false;
     }
@@ -70,11 +68,8 @@ bool MorvexWindow::uploadData(QIODevice &source, const QString &target)
     }
     ui->progressBar->hide();
 
-    quint32 sum = 0;
-    for (const char byte : encoded)
-        sum += quint8(byte);
     delayMs(400);
-    if (!exchange(packet('@', sum), 5000, answersPacket)) {
+    if (!exchange(numbered('@', UploadPackets::sum(encoded)), 5000, answersPacket)) {
         logLine(tr("Finalization error (during transmission phase). Aborted"));
         return false;
     }
@@ -94,6 +89,12 @@ bool MorvexWindow::uploadData(QIODevice &source, const QString &target)
 
 bool MorvexWindow::uploadFile(const QString &localPath, const QString &target)
 {
+    QFile file(localPath);
+    return openUploadSource(file, target) && uploadData(file, target);
+}
+
+bool MorvexWindow::openUploadSource(QFile &file, const QString &target)
+{
     static const QString forbidden = QStringLiteral("\\?%*:|\"<>");
     for (const QChar c : target) {
         if (c.unicode() < 0x20 || c.unicode() > 0x7E || forbidden.contains(c)) {
@@ -101,11 +102,10 @@ bool MorvexWindow::uploadFile(const QString &localPath, const QString &target)
             return false;
         }
     }
-    logLine(tr("Start uploading \"%1\" -> \"%2\"").arg(localPath, target));
-    QFile file(localPath);
+    logLine(tr("Start uploading \"%1\" -> \"%2\"").arg(file.fileName(), target));
     if (!file.open(QIODevice::ReadOnly)) {
         logLine(tr("Cannot read from %1: %2").arg(file.fileName(), file.errorString()));
         return false;
     }
-    return uploadData(file, target);
+    return true;
 }

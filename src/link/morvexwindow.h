@@ -21,6 +21,7 @@
 class MVUpdater;
 class PlotView;
 class QCloseEvent;
+class QFile;
 class QFileInfo;
 class QIODevice;
 class QMenu;
@@ -32,6 +33,7 @@ class ReplConsole;
 struct TarArchive;
 struct TarHeader;
 struct MorvexWindowProbe;
+struct BatchItem;
 
 namespace Ui {
 class MorvexWindow;
@@ -175,6 +177,19 @@ public:
     // morvexwindow_upload.cpp (src/files)
     bool uploadData(QIODevice &source, const QString &target);
     bool uploadFile(const QString &localPath, const QString &target);
+    // uploadFile's checks of target and its log line, then the file opened; false, reported, if any fails.
+    bool openUploadSource(QFile &file, const QString &target);
+
+    // morvexwindow_batch.cpp (src/files)
+    // Uploads the items in order through one run of the board's batch script;
+    // their folders must exist. False, reported, at the first file that fails,
+    // and the files before it stay. With "Scripts/Upload" set, each item goes
+    // as a single upload instead.
+    bool uploadBatch(const QList<BatchItem> &items);
+    // An item that reads a local file at its turn, checked as uploadFile checks it.
+    BatchItem batchFile(const QString &localPath, const QString &target);
+    // The folders of the items' targets, each made once, in order.
+    bool makeTargetDirs(const QList<BatchItem> &items);
 
     // morvexwindow_download.cpp (src/files)
     bool downloadData(const QString &source, QIODevice &sink);
@@ -183,6 +198,12 @@ public:
 
     // morvexwindow_targets.cpp (src/files)
     void uploadWithPolicy(const QFileInfo &file);
+    // Where file goes on the board by "MC/SubDirsSel"; empty when the user cancels.
+    QString policyTarget(const QFileInfo &file);
+
+    // morvexwindow_selection.cpp (src/files)
+    // Several files of the PC pane, copied as they are in one batch.
+    void uploadSelection(const QList<QFileInfo> &files);
 
     // morvexwindow_packages.cpp (src/files)
     void uploadZPack(const QString &path);
@@ -313,6 +334,18 @@ private:
 
     // morvexwindow_about.cpp
     void setupUpdater();
+
+    // morvexwindow_batch.cpp
+    struct BatchRun;
+    bool sendBatchItem(BatchRun &run, const BatchItem &item);
+    // One packet and the board's answer: "#9" when it reads on, else a result that must start with "#0".
+    bool batchPacket(BatchRun &run, const QByteArray &packet, int limitMs, const QString &unanswered,
+                     const QString &noReply, bool result = false);
+    bool endBatch(BatchRun &run);
+    void showBatchProgress(const BatchRun &run);
+
+    // morvexwindow_selection.cpp
+    QList<QFileInfo> selectedPcFiles() const; // files only, in the order of their paths
 
     // morvexwindow_repl.cpp
     void setupReplConsole();

@@ -29,6 +29,8 @@ void MorvexWindow::setupPanes()
     ui->pcFileList->setSortingEnabled(true);
     ui->pcFileList->setModel(&pcModel);
     ui->pcFileList->sortByColumn(0, Qt::AscendingOrder);
+    // Several files at once go up in one batch.
+    ui->pcFileList->setSelectionMode(QAbstractItemView::ExtendedSelection);
     ui->pcFileList->header()->setSectionResizeMode(0, QHeaderView::Stretch);
     ui->pcFileList->setContextMenuPolicy(Qt::CustomContextMenu);
     ui->mcFileList->setContextMenuPolicy(Qt::CustomContextMenu);
@@ -91,9 +93,15 @@ void MorvexWindow::pcFileListMenu(const QPoint &p)
     case 0:
         runScript(file.absoluteFilePath());
         break;
-    case 1:
-        uploadWithPolicy(file);
+    case 1: {
+        // A file of a larger selection brings the whole selection along.
+        const QList<QFileInfo> selected = selectedPcFiles();
+        if (selected.size() > 1 && selected.contains(file))
+            uploadSelection(selected);
+        else
+            uploadWithPolicy(file);
         break;
+    }
     case 2:
         // One file, uploaded unless the board holds the same content.
         syncFiles(pcModel.rootPath(), {pcModel.rootDirectory().relativeFilePath(file.absoluteFilePath())}, true);

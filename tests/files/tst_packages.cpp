@@ -80,11 +80,11 @@ private slots:
             QScopedPointer<DialogAnswerer> answer(DialogAnswerer::fileName(zfw));
             windowAction(w, "actionUpload_Package")->trigger();
         }
-        // The pax comment keeps its own "=" and comes as UTF-8.
+        // The pax comment keeps its own "=" and comes as UTF-8. The folders are made while the archive
+        // is read, and its files then go up in one batch.
         expected = QStringList{"Loading zfw from " + zfw, "ZFW firmware package is for PYBv1.1/flash (a=сборка)",
-                               "Creating dir lib",
-                               "Uploading lib/util.py", "Creating dir lib/sub", "Uploading lib/sub/deep.bin",
-                               "Uploading /flash/top.py", "ZFW firmware pack uploaded!"};
+                               "Creating dir lib", "Creating dir lib/sub", "Uploading lib/util.py",
+                               "Uploading lib/sub/deep.bin", "Uploading /flash/top.py", "ZFW firmware pack uploaded!"};
         QVERIFY2(inOrder(syslogMessages(w).mid(before), expected), qPrintable(syslogText(w)));
         for (const auto &member : tarred.mid(1))
             QCOMPARE(board.readFile(member.first.mid(member.first.startsWith('/') ? 7 : 0)), member.second);

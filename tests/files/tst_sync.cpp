@@ -53,14 +53,16 @@ bool writeTree(const QString &root, const FileMap &files)
     return true;
 }
 
-// The board files whose upload these bytes started, in order, if every hash was asked before the first.
+// The board files whose upload these bytes started, in order, if every hash was asked before
+// the first, and all went in one batch.
 QStringList uploadCalls(const QByteArray &received)
 {
     QStringList names;
-    auto calls = QRegularExpression(QStringLiteral("_upload\\('/flash/([^']*)'")).globalMatch(QString::fromLatin1(received));
-    while (calls.hasNext())
-        names << calls.next().captured(1);
-    const int first = received.indexOf("_upload('/flash/");
+    for (const QString &target : batchTargets(received))
+        names << target.mid(7); // "/flash/"
+    const int first = received.indexOf("_batch(");
+    if (received.count("def _batch(") > 1 || received.contains("_upload("))
+        return {"not one batch"};
     return first < 0 || received.lastIndexOf("_hash('") < first ? names : QStringList{"a hash asked after an upload"};
 }
 
@@ -82,7 +84,7 @@ class tst_Sync : public QObject
     Session *session(const QString &delivery, const FileMap &boardFiles, bool noMd5 = false)
     {
         auto &s = sessions[delivery + (noMd5 ? QStringLiteral(" no md5") : QString())];
-        // A failed upload leaves the board actions off and _upload waiting on the board: start afresh.
+        // A failed upload leaves the board actions off: start afresh.
         if (!s || !MorvexWindowProbe::port(*s->window).isOpen() || !windowAction(*s->window, "actionSync")->isEnabled()) {
             s.reset(new Session);
             QStringList args{"--delivery", delivery};

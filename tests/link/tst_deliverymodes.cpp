@@ -1,5 +1,6 @@
 // The everyday flows through the real window, however the board's bytes are cut into reads:
 // at the line rate in bridge-sized pieces, one byte at a time, and at random split points.
+#include "batchitem.h"
 #include "codeeditor.h"
 #include "morvexwindowprobe.h"
 #include "qcodeeditor.h"
@@ -55,11 +56,8 @@ QStringList listing(MorvexWindow &w)
 
 QStringList boardArgs(const QString &mode, int family)
 {
-    QStringList args = VirtualBoard::familyArgs(family)
-                       << QStringLiteral("--delivery") << mode << QStringLiteral("--reset-delay") << QStringLiteral("300");
-    if (mode != QLatin1String("random")) // random cuts go unthrottled
-        return args << QStringLiteral("--baud") << QStringLiteral("115200");
-    return args;
+    return VirtualBoard::familyArgs(family) + VirtualBoard::deliveryArgs(mode)
+           << QStringLiteral("--reset-delay") << QStringLiteral("300");
 }
 } // namespace
 
@@ -346,7 +344,7 @@ void tst_DeliveryModes::soak()
         QString operation;
         QStringList names;
         bool ok = true;
-        switch (random.bounded(7)) {
+        switch (random.bounded(8)) {
         case 0:
         case 1: {
             const QString rel = in + QStringLiteral("f%1.bin").arg(step);
@@ -385,6 +383,21 @@ void tst_DeliveryModes::soak()
             names.sort();
             ok = names == onBoard(dir);
             break;
+        case 6: { // one to four files in one batch, one of them perhaps over an existing file
+            const int chunk = QList<int>{32, 512, 1024}.at(random.bounded(3));
+            QList<BatchItem> items;
+            QStringList sent;
+            for (int n = random.bounded(1, 5), i = 0; i < n; ++i) {
+                const QString rel = i == 0 && !file.isEmpty() && random.bounded(2) ? file : in + QStringLiteral("g%1_%2.bin").arg(step).arg(i);
+                files[rel] = randomBytes(random.bounded(3000), random.generate());
+                items << BatchItem::fromData(files[rel], root + rel);
+                sent << QStringLiteral("%1 (%2 bytes)").arg(rel).arg(files[rel].size());
+            }
+            operation = QStringLiteral("batch of %1, chunk %2").arg(sent.join(QStringLiteral(", "))).arg(chunk);
+            QSettings().setValue(QStringLiteral("MC/TransferSize"), chunk);
+            ok = w.uploadBatch(items);
+            break;
+        }
         default:
             operation = QStringLiteral("existence of %1, hash of %2").arg(dir, file);
             ok = w.boardDirExists(root + dir)

@@ -26,6 +26,7 @@
 #include <QLineEdit>
 #include <QProcess>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTest>
@@ -231,6 +232,21 @@ bool uploadBytes(MorvexWindow &window, QByteArray data, const QString &target)
 {
     QBuffer source(&data);
     return source.open(QIODevice::ReadOnly) && window.uploadData(source, target);
+}
+
+QStringList batchTargets(const QByteArray &received)
+{
+    QStringList targets;
+    auto calls = QRegularExpression(QStringLiteral("_batch\\(\\d+\\)\x04")).globalMatch(QString::fromLatin1(received));
+    while (calls.hasNext()) {
+        // Header, data and checksum packets follow one another; anything else ends the batch.
+        for (int at = calls.next().capturedEnd(); at + 15 <= received.size() && received.at(at) == '!';) {
+            const int length = received.mid(at + 1, 10).toInt(), name = received.mid(at + 11, 4).toInt();
+            targets << QString::fromUtf8(QByteArray::fromBase64(received.mid(at + 15, name)));
+            at += 15 + name + length + 11;
+        }
+    }
+    return targets;
 }
 
 bool writeLocalFile(const QString &path, const QByteArray &data)

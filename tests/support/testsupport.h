@@ -120,6 +120,8 @@ bool doubleClick(QAbstractItemView *view, const QModelIndex &index);
 
 // Uploads data to the board path target through the window's uploadData.
 bool uploadBytes(MorvexWindow &window, QByteArray data, const QString &target);
+// The board targets of the file headers that batched uploads in these bytes sent, in order.
+QStringList batchTargets(const QByteArray &received);
 
 // Writes a local file, making its folders; true when all was written.
 bool writeLocalFile(const QString &path, const QByteArray &data);

@@ -25,6 +25,14 @@ QStringList VirtualBoard::familyArgs(int family)
     return {QStringLiteral("--family"), family ? QStringLiteral("esp32") : QStringLiteral("stm32")};
 }
 
+QStringList VirtualBoard::deliveryArgs(const QString &mode)
+{
+    QStringList args{QStringLiteral("--delivery"), mode};
+    if (mode == QLatin1String("uart") || mode == QLatin1String("bytes"))
+        args << QStringLiteral("--baud") << QStringLiteral("115200");
+    return args;
+}
+
 bool VirtualBoard::start(const QStringList &args)
 {
     // The link name is unique per process and board: QSerialPort keeps lock

@@ -20,6 +20,8 @@ public:
     bool start(const QStringList &args = QStringList());
     // The simulator's arguments for a family index (0 STM32, 1 ESP32), as the popup numbers them.
     static QStringList familyArgs(int family);
+    // The arguments of a delivery mode: a UART's pieces and bytes at 115200 baud, USB packets and random cuts unthrottled.
+    static QStringList deliveryArgs(const QString &mode);
     void stop();
     bool isRunning() const;
 

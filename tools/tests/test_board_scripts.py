@@ -152,6 +152,54 @@ class ScriptTests(BoardCase):
                 finally:
                     self.resync()  # a failed upload may leave data queued as a command
 
+    def batch_file(self, rel, data, chunk, checksum=None):
+        """Sends one file of a running batch; returns the first record other than "#9"."""
+        text = base64.b64encode(data)
+        name = base64.b64encode(self.board(rel).encode())
+        self.link.write(b'!%010d%04d' % (len(text), len(name)) + name)
+        rec = self.record()
+        for offset in range(0, len(text), chunk):
+            if rec != b'#9':
+                return rec
+            self.link.write(text[offset:offset + chunk])
+            rec = self.record()
+        if rec != b'#9':
+            return rec
+        self.link.write(checksum or b'@%010d' % (sum(text) & 0xFFFFFFFF))
+        return self.record()
+
+    def test_batch_reports_each_file_and_stays_in_step(self):
+        data = rand_bytes(3000, 9)
+        good_sum = sum(base64.b64encode(data)) & 0xFFFFFFFF
+        # each failure is reported in the single upload's codes, and the next file goes through
+        cases = [
+            (1024, 'empty file', 'b0.bin', b'', None, b'#0'),
+            (1024, 'target in a missing directory', 'nodir/x.bin', data, None, b'#8[Errno 2] ENOENT'),
+            (1024, 'checksum differs', 'b1.bin', data, b'@%010d' % (good_sum + 1), b'#4Inv csum %d' % good_sum),
+            (1024, 'checksum packet without "@"', 'b2.bin', data, b'X%010d' % good_sum, b'#3Inv size csum'),
+            (1024, 'name with a quote and ">"', "it's>.bin", data, None, b'#0'),
+            # 1000 never meets the 1024 flush, so the second packet overruns the buffer
+            (1000, 'chunk size off the flush point', 'b3.bin', data, None, b'#2Inv data packet'),
+        ]
+        for batch_chunk in (1024, 1000):
+            self.load('batch')
+            self.link.write(b'_batch(%d)\x04' % batch_chunk)
+            self.assertEqual(self.record(), b'OK#9')
+            for chunk, name, rel, content, checksum, expected in cases:
+                if chunk != batch_chunk:
+                    continue
+                with self.subTest(name):
+                    self.assertEqual(self.batch_file(rel, content, chunk, checksum), expected)
+                    self.assertEqual(self.batch_file('after.bin', data[:700], chunk), b'#0')
+            # anything but a header ends the batch at the raw REPL's prompt
+            self.link.write(b'.' + b'0' * 14)
+            self.assertEqual(self.record(), b'\x04\x04')
+        self.link.write(b"print('ready')\x04")
+        self.assertEqual(self.record(), b'OKready\r\n\x04\x04')
+        for rel, content in (("it's>.bin", data), ('b0.bin', b''), ('after.bin', data[:700])):
+            with open(self.vboard.host(rel), 'rb') as f:
+                self.assertEqual(f.read(), content)
+
     def download(self, rel, ack=b'^^'):
         """Plays the desktop's side; returns (blocks, closing record)."""
         self.load('download')

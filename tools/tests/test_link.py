@@ -171,5 +171,38 @@ class Faults(unittest.TestCase):
                     self.assertEqual(link.read_until(b'\x04>'), b'OK' + expected + b'\x04\x04>')
 
 
+class ReceiveBuffer(unittest.TestCase):
+    """--rx-buffer: a UART without flow control keeps only N bytes while running code does not read."""
+
+    def test_only_a_reading_program_takes_more_than_the_buffer(self):
+        code = (b"import sys, time\nprint('go')\ntime.sleep_ms(%d)\nd = sys.stdin.buffer.read(%d)\n"
+                b"print('more')\nprint(d[-1:], sys.stdin.buffer.read(4))\x04")
+        cases = [
+            # sent while the program sleeps: 32 are kept, the rest is gone
+            ('not reading', 300, 32, b'x' * 31 + b'y' + b'z' * 68, 68),
+            # sent while the program waits in its read: all of it arrives
+            ('reading', 0, 100, b'x' * 99 + b'y', 0),
+        ]
+        for name, sleep, want, data, dropped in cases:
+            with self.subTest(name), VirtualBoard('--rx-buffer', '32') as board:
+                link = board.open()
+                to_raw(link)
+                link.write(code % (sleep, want))
+                link.read_until(b'go\r\n')
+                link.write(data)
+                link.read_until(b'more\r\n')
+                link.write(b'wwww')
+                self.assertEqual(link.read_until(b'\x04>'), b"b'y' b'wwww'\r\n\x04\x04>")
+                self.assertEqual('receive buffer full: %d bytes dropped' % dropped in board.errors(), bool(dropped),
+                                 board.errors())
+                self.assertEqual('dropped' in board.errors(), bool(dropped))
+
+    def test_the_repl_reads_a_long_command_whole(self):
+        with VirtualBoard('--rx-buffer', '16', '--baud', '115200') as board:
+            link = board.open()
+            to_raw(link)
+            self.assertEqual(raw_run(link, b'print(1)' + b' ' * 900), (b'1\r\n', b''))
+            self.assertNotIn('dropped', board.errors())
+
 if __name__ == '__main__':
     unittest.main()

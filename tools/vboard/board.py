@@ -76,7 +76,7 @@ class Board(ReplMixin):
         self.fs = BoardFS(opts.fs, self.family, blocks, self.clock, sizes=not opts.no_sizes, block_size=block_size)
         self.transcript = Transcript(opts.transcript)
         self.port = Port(opts.link, self.transcript, opts.baud, opts.delivery, opts.seed)
-        self.queue = InputQueue()
+        self.queue = InputQueue(opts.rx_buffer)
         self.faults = Faults(opts)
         self.rx_fault = Corruption(opts.corrupt_rx)
         self.tx_fault = Corruption(opts.corrupt_tx)
@@ -212,18 +212,23 @@ class Board(ReplMixin):
 
     def getc(self, user=False):
         q = self.queue
-        while True:
-            with q.lock:
-                self._pending(user)
-                if q.buf:
-                    c = q.buf[0]
-                    del q.buf[0]
-                    q.space.notify_all()
-                    return c
-                if not self.obuf and not self.silent:
-                    q.ready.wait(0.5)
-                    continue
-            self._idle()
+        # input() of running code reads the line as it comes
+        q.wanted = q.UNLIMITED
+        try:
+            while True:
+                with q.lock:
+                    self._pending(user)
+                    if q.buf:
+                        c = q.buf[0]
+                        del q.buf[0]
+                        q.space.notify_all()
+                        return c
+                    if not self.obuf and not self.silent:
+                        q.ready.wait(0.5)
+                        continue
+                self._idle()
+        finally:
+            q.wanted = 0
 
     def take_chunk(self, stops):
         """All bytes up to the first match of stops, and the stop byte (or None)."""
@@ -244,16 +249,22 @@ class Board(ReplMixin):
 
     def read_input(self, n):
         """Running code reads n bytes (None: until the line closes, i.e. forever)."""
-        self._idle()
         q = self.queue
         out = bytearray()
-        with q.lock:
-            while n is None or len(out) < n:
-                self._pending(True)
-                if q.buf:
-                    out += q.take(len(q.buf) if n is None else n - len(out))
-                    continue
-                q.ready.wait(0.5)
+        # Reading before the output goes: an answer to it may come back at once.
+        q.wanted = q.UNLIMITED if n is None else n
+        try:
+            self._idle()
+            with q.lock:
+                while n is None or len(out) < n:
+                    self._pending(True)
+                    if q.buf:
+                        out += q.take(len(q.buf) if n is None else n - len(out))
+                        q.wanted = q.UNLIMITED if n is None else n - len(out)
+                        continue
+                    q.ready.wait(0.5)
+        finally:
+            q.wanted = 0
         return self.rx_fault.apply(bytes(out))
 
     def input_waiting(self):
@@ -300,6 +311,7 @@ class Board(ReplMixin):
         self.tx_fault.arm(source)
         forced = False
         self.flush()
+        q.running = True
         try:
             try:
                 code = board_compile(source, filename, kind)
@@ -329,6 +341,7 @@ class Board(ReplMixin):
                 self.out(b'\x04')
         finally:
             self.executing = False
+            q.running = False
             q.interrupt = False
             self.rx_fault.disarm()
             self.tx_fault.disarm()

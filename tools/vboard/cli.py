@@ -41,6 +41,10 @@ def parse(argv):
     p.add_argument('--seed', type=int, help='seed of the random delivery (printed when chosen here)')
     p.add_argument('--stock-reset', action='store_true',
                    help='machine.reset() refuses an argument, as on stock firmware')
+    p.add_argument('--rx-buffer', type=int, metavar='N',
+                   help='a UART without flow control: bytes that arrive while running code is not '
+                        'reading are kept up to N, the rest are dropped (reported on stderr); '
+                        'by default the board holds the sender back, as USB CDC does')
     p.add_argument('--drop-after', type=int, metavar='N')
     p.add_argument('--return-after', type=int, metavar='MS')
     p.add_argument('--return-link', metavar='PATH',

@@ -2,6 +2,7 @@
 
 import random
 import select
+import sys
 import threading
 import time
 import traceback
@@ -109,6 +110,9 @@ class Reader(threading.Thread):
             # crossed the mark, stalls and drops after.
             self.faults_before()
             self.board.receive(data)
+            dropped = self.queue.take_dropped()
+            if dropped:
+                print('receive buffer full: %d bytes dropped' % dropped, file=sys.stderr, flush=True)
             self.faults_after()
 
     def faults_before(self):

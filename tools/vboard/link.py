@@ -23,27 +23,44 @@ class Transcript:
 
 
 class InputQueue:
-    """Bytes received and not yet consumed; at most LIMIT, like the UART's ring buffer."""
+    """Bytes received and not yet consumed; at most LIMIT, like the UART's ring buffer.
+
+    With a capacity the line has no flow control: while running code is not
+    reading, bytes beyond the capacity are lost, as a UART without handshake
+    loses them when its small receive buffer is full."""
 
     LIMIT = 1024
+    UNLIMITED = 1 << 30
 
-    def __init__(self):
+    def __init__(self, capacity=None):
         self.lock = threading.Lock()
         self.ready = threading.Condition(self.lock)
         self.space = threading.Condition(self.lock)
         self.buf = bytearray()
         self.interrupt = False
         self.reset = None
+        self.capacity = capacity
+        self.running = False  # code runs: only its own reads take bytes
+        self.wanted = 0       # bytes a read of the running code still waits for
+        self.dropped = 0
 
     def feed(self, data, interrupt_at=None, kbd=None):
         with self.lock:
-            if interrupt_at is None:
-                self.buf += data
-            else:
-                self.buf += data[:interrupt_at]
+            if interrupt_at is not None:
                 self.interrupt = True
-                self.buf += data[interrupt_at + 1:].replace(kbd, b'')
+                data = data[:interrupt_at] + data[interrupt_at + 1:].replace(kbd, b'')
+            if self.capacity is not None and self.running:
+                room = max(0, self.capacity + self.wanted - len(self.buf))
+                if len(data) > room:
+                    self.dropped += len(data) - room
+                    data = data[:room]
+            self.buf += data
             self.ready.notify_all()
+
+    def take_dropped(self):
+        with self.lock:
+            n, self.dropped = self.dropped, 0
+            return n
 
     def poke(self):
         with self.lock:
@@ -51,6 +68,8 @@ class InputQueue:
             self.space.notify_all()
 
     def wait_room(self, timeout):
+        if self.capacity is not None:
+            return self.UNLIMITED  # nothing holds the sender back
         with self.lock:
             room = self.LIMIT - len(self.buf)
             if room <= 0:
