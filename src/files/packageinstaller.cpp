@@ -1,8 +1,9 @@
 #include "packageinstaller.h"
 
+#include "batchitem.h"
+
 #include "morvexwindow.h"
 
-#include <QBuffer>
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QNetworkReply>
@@ -278,35 +279,42 @@ PackageInstaller::Outcome PackageInstaller::writeFiles(const QList<Write> &write
     qint64 total = 0;
     for (const Write &write : writes)
         total += write.data.size();
+    // One batch for all files; a file's turn comes once those before it are on the board.
+    QList<BatchItem> items;
     qint64 done = 0;
-    QSet<QString> folders;
     for (int i = 0; i < writes.size(); ++i) {
-        const Write &write = writes.at(i);
-        emit progress(tr("Writing %1 (%2 of %3 files)").arg(write.path).arg(i + 1).arg(writes.size()), done, total);
-        const QString folder = write.path.left(write.path.lastIndexOf(QLatin1Char('/')));
-        if (!folder.isEmpty() && !folders.contains(folder) && !m_cancelled) {
-            if (!m_window->makeBoardDirs(folder)) {
-                m_boardFailed = true;
-                return Outcome::Failed;
+        BatchItem item = BatchItem::fromData(writes.at(i).data, writes.at(i).path);
+        item.read = [this, &writes, &done, total, i](QByteArray &data) {
+            if (i > 0) {
+                m_written << writes.at(i - 1).path;
+                done += writes.at(i - 1).data.size();
             }
-            // Made with every folder above it.
-            for (QString above = folder; !above.isEmpty(); above.truncate(qMax(0, above.lastIndexOf(QLatin1Char('/')))))
-                folders.insert(above);
-        }
-        // Asked after the folders too: making them takes a while.
+            if (m_cancelled)
+                return false; // the batch ends cleanly before this file
+            const Write &write = writes.at(i);
+            emit progress(tr("Writing %1 (%2 of %3 files)").arg(write.path).arg(i + 1).arg(writes.size()), done,
+                          total);
+            m_window->logLine(tr("Writing %1 (%2 bytes)").arg(write.path).arg(write.data.size()));
+            data = write.data;
+            return true;
+        };
+        items << item;
+    }
+    if (!m_window->makeTargetDirs(items)) {
+        m_boardFailed = true;
+        return Outcome::Failed;
+    }
+    // Asked after the folders too: making them takes a while.
+    if (m_cancelled)
+        return Outcome::Cancelled;
+    if (!m_window->uploadBatch(items)) {
         if (m_cancelled)
             return Outcome::Cancelled;
-        m_window->logLine(tr("Writing %1 (%2 bytes)").arg(write.path).arg(write.data.size()));
-        QBuffer buffer;
-        buffer.setData(write.data);
-        buffer.open(QIODevice::ReadOnly);
-        if (!m_window->uploadData(buffer, write.path)) {
-            m_boardFailed = true;
-            return Outcome::Failed;
-        }
-        m_written << write.path;
-        done += write.data.size();
+        m_boardFailed = true;
+        return Outcome::Failed;
     }
+    if (!writes.isEmpty())
+        m_written << writes.last().path;
     emit progress(tr("Written %1 files").arg(writes.size()), total, total);
     return Outcome::Installed;
 }
