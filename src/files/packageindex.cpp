@@ -46,9 +46,9 @@ QString lastPart(const QString &path)
 }
 
 // github:ORG/REPO[/PATH][@BRANCH] as a file of the raw content host; path is PATH.
-bool githubUrl(const QString &spec, const QString &defaultBranch, QUrl &url, QString &path)
+bool githubUrl(const QString &name, const QString &defaultBranch, QUrl &url, QString &path)
 {
-    QString rest = spec.mid(githubPrefix.size());
+    QString rest = name.mid(githubPrefix.size());
     QString branch = defaultBranch;
     const int at = rest.indexOf(QLatin1Char('@'));
     if (at >= 0) {

@@ -12,21 +12,21 @@ Q_DECLARE_METATYPE(BoardFamily)
 namespace {
 // A record from a compact form: "name" a system port with hardware, "name!" one
 // without a UART, "name~" an extra path, "name@vvvv:pppp" a USB port.
-SerialPortEntry record(const QString &spec)
+SerialPortEntry record(const QString &form)
 {
     SerialPortEntry port;
-    QString name = spec;
-    const int at = spec.indexOf(QLatin1Char('@'));
+    QString name = form;
+    const int at = form.indexOf(QLatin1Char('@'));
     if (at >= 0) {
-        name = spec.left(at);
+        name = form.left(at);
         port.hasIds = true;
-        port.vendorId = spec.mid(at + 1, 4).toUShort(nullptr, 16);
-        port.productId = spec.mid(at + 6, 4).toUShort(nullptr, 16);
+        port.vendorId = form.mid(at + 1, 4).toUShort(nullptr, 16);
+        port.productId = form.mid(at + 6, 4).toUShort(nullptr, 16);
         port.kind = PortKind::Usb;
-    } else if (spec.endsWith(QLatin1Char('!'))) {
+    } else if (form.endsWith(QLatin1Char('!'))) {
         name.chop(1);
         port.kind = PortKind::NoUart;
-    } else if (spec.endsWith(QLatin1Char('~'))) {
+    } else if (form.endsWith(QLatin1Char('~'))) {
         name.chop(1);
         port.kind = PortKind::Extra;
     }
@@ -35,11 +35,11 @@ SerialPortEntry record(const QString &spec)
     return port;
 }
 
-QVector<SerialPortEntry> records(const QStringList &specs)
+QVector<SerialPortEntry> records(const QStringList &forms)
 {
     QVector<SerialPortEntry> ports;
-    for (const QString &spec : specs)
-        ports << record(spec);
+    for (const QString &form : forms)
+        ports << record(form);
     return ports;
 }
 
