@@ -12,6 +12,7 @@ struct MorvexWindowProbe
     static MorvexWindow::MC_TYPES &mcType(MorvexWindow &w) { return w.mcType; }
     static MorvexWindow::MC_STATE &mcState(MorvexWindow &w) { return w.mcState; }
     static QTimer &reconnectTimer(MorvexWindow &w) { return w.reconnectTimer; }
+    static QTimer &queryTimer(MorvexWindow &w) { return w.queryTimer; }
     static MCDirModel &mcModel(MorvexWindow &w) { return w.mcModel; }
     static QFileSystemModel &pcModel(MorvexWindow &w) { return w.pcModel; }
     static QuaZip *&zpackArchive(MorvexWindow &w) { return w.zpackArchive; }
