@@ -160,8 +160,22 @@ private slots:
         QCOMPARE(QDir(QSettings().value("UI/LogDir").toString()), QDir(dir.path()));
     }
 
-    // Last: Exit quits the event loop straight away; no close event, so no window state.
-    void exitSkipsWindowState()
+    void aboutBox()
+    {
+        MorvexWindow w;
+        QScopedPointer<DialogAnswerer> box(DialogAnswerer::messageBox(QMessageBox::Ok));
+        w.findChild<QAction *>("actionAbout")->trigger();
+        QCOMPARE(box->titles(), QStringList{"Morvex"});
+        QCOMPARE(box->texts(), QStringList{
+            "MVX Board Toolkit v0.2.0<br>Developed by: Halvorn Works LLC \u00a92020<br>"
+            "<a href=\"https://support.halvorn.works/\">support.halvorn.works</a><br><br>3rd party software:<ul>"
+            "<li><a href=\"https://github.com/google/material-design-icons\">Material design icons</a> (Apache License 2.0)</li>"
+            "<li><a href=\"https://github.com/Megaxela/QCodeEditor\">QCodeEditor</a> (MIT License)</li>"
+            "<li><a href=\"https://github.com/rxi/microtar\">microtar</a> (MIT License)</li></ul>"});
+    }
+
+    // Last: Exit quits the event loop straight away; no close event, so no window state. Closing saves it.
+    void windowStateOnCloseOnly()
     {
         MorvexWindow w;
         w.show();
@@ -170,6 +184,9 @@ private slots:
         QTimer::singleShot(5000, &loop, [&] { loop.exit(7); });
         QCOMPARE(loop.exec(), 0);
         QVERIFY(!QSettings().contains("UI/Geometry") && !QSettings().contains("UI/Win"));
+        QVERIFY(w.close());
+        QCOMPARE(QSettings().value("UI/Geometry").toByteArray(), w.saveGeometry());
+        QCOMPARE(QSettings().value("UI/Win").toByteArray(), w.saveState());
     }
 };
 

@@ -48,6 +48,7 @@ public:
     int answered() const { return m_answered; }
     QStringList texts() const { return m_texts; }   // texts of message boxes seen
     QStringList titles() const { return m_titles; } // and their window titles
+    QStringList buttons() const { return m_buttons; } // and their buttons, as "Yes* No": "*" marks the default
 
     static DialogAnswerer *messageBox(QMessageBox::StandardButton button, QObject *parent = nullptr);
     static DialogAnswerer *inputText(const QString &text, QObject *parent = nullptr);
@@ -62,6 +63,7 @@ private:
     int m_answered = 0;
     QStringList m_texts;
     QStringList m_titles;
+    QStringList m_buttons;
 };
 
 // Runs action once, from the event loop, as soon as pred() holds; it polls,
