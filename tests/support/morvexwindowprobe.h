@@ -9,7 +9,6 @@ struct MorvexWindowProbe
     static QByteArray &rxBuffer(MorvexWindow &w) { return w.rxBuffer; }
     static QSerialPort &port(MorvexWindow &w) { return w.port; }
     static QString &portName(MorvexWindow &w) { return w.portName; }
-    static MorvexWindow::MC_TYPES &mcType(MorvexWindow &w) { return w.mcType; }
     static MorvexWindow::MC_STATE &mcState(MorvexWindow &w) { return w.mcState; }
     static QTimer &reconnectTimer(MorvexWindow &w) { return w.reconnectTimer; }
     static QTimer &queryTimer(MorvexWindow &w) { return w.queryTimer; }

@@ -332,14 +332,14 @@ bool writeZip(const QString &path, const QList<QPair<QString, QByteArray>> &memb
     return zip.getZipError() == 0;
 }
 
-bool runProgram(const QString &program, const QStringList &args, const QString &workDir, QByteArray *output)
+bool runProgram(const QString &program, const QStringList &args, const QString &workDir, QByteArray *output, int timeoutMs)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
     if (!workDir.isEmpty())
         process.setWorkingDirectory(workDir);
     process.start(program, args);
-    const bool finished = process.waitForStarted(10000) && process.waitForFinished(60000);
+    const bool finished = process.waitForStarted(10000) && process.waitForFinished(timeoutMs);
     const QByteArray said = process.readAll();
     if (output)
         *output = said;

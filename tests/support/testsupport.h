@@ -141,10 +141,10 @@ bool writeZip(const QString &path, const QList<QPair<QString, QByteArray>> &memb
 // empty, then the members in order; a name that ends in "/" is a directory.
 bool writeZfw(const QString &path, const QVariantMap &pax, const QList<QPair<QString, QByteArray>> &members);
 
-// Runs a program to its end in workDir; true when it exits with 0. What it
-// wrote to stdout and stderr goes to *output.
+// Runs a program to its end in workDir; true when it exits with 0 within timeoutMs.
+// What it wrote to stdout and stderr goes to *output.
 bool runProgram(const QString &program, const QStringList &args, const QString &workDir = QString(),
-                QByteArray *output = nullptr);
+                QByteArray *output = nullptr, int timeoutMs = 60000);
 // The project's Python with a script given as text, then args.
 bool runPython(const QString &script, const QStringList &args = QStringList(), QByteArray *output = nullptr);
 
