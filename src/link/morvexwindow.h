@@ -140,8 +140,10 @@ public:
     static QHash<QString, QString> takeUname(QList<QByteArray> &queue);
     void reportBoard();
     QByteArray boardHash(const QString &path);
-    // After the reset line: whether the board refused it, as stock firmware does.
-    bool resetRefused(quint64 mark);
+    // A reply line of firmware that refuses the reset line's argument, as stock firmware does.
+    static bool refusesReset(const QByteArray &item);
+    // Sends the launch line if the board refuses the reset line sent after mark.
+    void answerResetRefusal(quint64 mark);
 
     // morvexwindow_scripts.cpp
     bool loadScript(const QString &path);

@@ -100,22 +100,42 @@ void MorvexWindow::on_actionLaunch_triggered()
     setState(MC_RUNNING);
 }
 
-bool MorvexWindow::resetRefused(quint64 mark)
+bool MorvexWindow::refusesReset(const QByteArray &item)
 {
-    // Stock firmware's machine.reset takes no argument: it refuses at once and keeps
-    // running. A board that does reset falls silent, or its port goes.
-    bool refused = false;
-    awaitReply(
-        mark,
-        [&refused, echoed = false](const QByteArray &item) mutable {
-            if (item.startsWith("TypeError: function takes 0 positional arguments but 1 were given"))
-                return refused = true;
-            if (item != PROMPT)
+    // Stock firmware's machine.reset takes no argument: it refuses at once and goes on running.
+    return item.startsWith("TypeError: function takes 0 positional arguments but 1 were given");
+}
+
+void MorvexWindow::answerResetRefusal(quint64 mark)
+{
+    // Not a wait: the Reset action and the pause after the reset line run their own time,
+    // and a board that resets never refuses. Looked at as each item comes, before any
+    // settle can move it to the log; the first prompt behind the echo is the answer.
+    auto *watch = new QObject(this);
+    const auto end = [this, watch] {
+        disconnect(&port, nullptr, watch, nullptr);
+        disconnect(this, nullptr, watch, nullptr);
+        watch->deleteLater();
+    };
+    connect(this, &MorvexWindow::stateChanged, watch, end);
+    connect(&port, &QSerialPort::readyRead, watch, [this, end, seen = mark, echoed = false]() mutable {
+        const int fresh = int(qMin<quint64>(m_itemsQueued - seen, quint64(rxQueue.size())));
+        seen = m_itemsQueued;
+        for (auto item = rxQueue.cend() - fresh; item != rxQueue.cend(); ++item) {
+            if (refusesReset(*item)) {
+                end();
+                // From the event loop, not from inside readyRead, where a write that waits for input is not woken.
+                QTimer::singleShot(0, this, [this] { transmit(LAUNCH_LINE); });
+                return;
+            }
+            if (*item != PROMPT) {
                 echoed = true;
-            return echoed && item == PROMPT;
-        },
-        200, Deadline::FromLastByte);
-    return refused;
+            } else if (echoed) {
+                end();
+                return;
+            }
+        }
+    });
 }
 
 void MorvexWindow::on_actionReset_triggered()
@@ -124,19 +144,20 @@ void MorvexWindow::on_actionReset_triggered()
         return;
     reconnectOnLoss = true;
     stopOnConnect = true;
+    // A board whose port survives the reset is announced 200 ms later; a port that falls
+    // stops the timer in closeLink, and the reconnect takes over.
     queryTimer.stop();
+    queryTimer.start();
     const quint64 mark = replyMark();
-    const bool sent = transmit(RESET_LINE);
-    if (!sent)
+    if (transmit(RESET_LINE)) {
+        answerResetRefusal(mark);
+    } else {
+        queryTimer.stop();
         logLine(tr("Restart failed"));
+    }
     setBoardActions(false);
     logLine(tr("Resetting..."));
     processQueue();
-    if (sent && resetRefused(mark))
-        transmit(LAUNCH_LINE);
-    // A port that fell with the reset leaves the rest to the reconnect.
-    if (sent && port.isOpen())
-        queryTimer.start();
 }
 
 void MorvexWindow::on_actionDFU_triggered()

@@ -118,8 +118,7 @@ MorvexWindow::MC_RES MorvexWindow::stopBoard(bool noReset)
         const quint64 mark = replyMark();
         if (!transmit(RESET_LINE))
             return MC_FAILED;
-        if (resetRefused(mark) && !transmit(LAUNCH_LINE))
-            return MC_FAILED;
+        answerResetRefusal(mark);
         delayMs(100);
         if (!port.isOpen())
             return MC_DEFERRED;

@@ -188,6 +188,7 @@ private slots:
             DialogAnswerer::messageBox(answer ? QMessageBox::StandardButton(answer) : QMessageBox::Cancel));
         w->uploadWithPolicy(QFileInfo(local.filePath(localRelative)));
         QCOMPARE(answerer->texts(), answer ? QStringList{"Keep the subdirectory structure?"} : QStringList());
+        QCOMPARE(answerer->titles() + answerer->buttons(), answer ? QStringList({"Upload File", "Yes No Cancel"}) : QStringList());
         QCOMPARE(syslogMessages(*w).mid(before).filter(QStringLiteral("Finished uploading to")),
                  boardRelative.isEmpty() ? QStringList() : QStringList{"Finished uploading to /flash/" + boardRelative});
         if (!boardRelative.isEmpty())

@@ -51,7 +51,7 @@ private slots:
         const QString zpack = local.filePath(QStringLiteral("fw.zpack"));
         QVERIFY(writeZip(zpack, zipped, QStringLiteral("Test pack 1.0")));
         const Members tarred{{"lib/", QByteArray()}, {"lib/util.py", "def util():\n    return 2\n"},
-                             {"lib/sub/deep.bin", randomBytes(2100, 2)}, {"/flash/top.py", "print('top')\n"}};
+                             {"lib/sub/deep.bin", randomBytes(2100, 2)}, {"/flash/top.py", "print('top')\n"}, {"empty/", ""}};
         const QString zfw = local.filePath(QStringLiteral("fw.zfw"));
         QVERIFY(writeZfw(zfw, {{"board", "PYBv1.1"}, {"mod", "flash"}, {"comment", QStringLiteral("a=сборка")}}, tarred));
         const auto clickPackage = [&](const QString &path) {
@@ -83,14 +83,22 @@ private slots:
         // The pax comment keeps its own "=" and comes as UTF-8. The folders are made while the archive
         // is read, and its files then go up in one batch.
         expected = QStringList{"Loading zfw from " + zfw, "ZFW firmware package is for PYBv1.1/flash (a=сборка)",
-                               "Creating dir lib", "Creating dir lib/sub", "Uploading lib/util.py",
+                               "Creating dir lib", "Creating dir lib/sub", "Creating dir empty", "Uploading lib/util.py",
                                "Uploading lib/sub/deep.bin", "Uploading /flash/top.py", "ZFW firmware pack uploaded!"};
         QVERIFY2(inOrder(syslogMessages(w).mid(before), expected), qPrintable(syslogText(w)));
         for (const auto &member : tarred.mid(1))
             QCOMPARE(board.readFile(member.first.mid(member.first.startsWith('/') ? 7 : 0)), member.second);
+        QVERIFY(QFileInfo(board.fsPath() + QStringLiteral("/empty")).isDir());
         // The pane is listed again and the actions are back.
         QVERIFY(boardRow(w, QStringLiteral("top.py")).isValid());
         QVERIFY(windowAction(w, "actionUpload_Package")->isEnabled());
+
+        // A relative zpack name: its folder is made in the board folder, its file goes to the root, where a pyboard has none.
+        QVERIFY(writeZip(zpack, {{"pk/rel.py", "x = 1\n"}}));
+        const int uploaded = syslogMessages(w).count(QStringLiteral("ZPack uploaded!"));
+        w.uploadZPack(zpack);
+        QCOMPARE(syslogMessages(w).count(QStringLiteral("ZPack uploaded!")), uploaded);
+        QVERIFY(QFileInfo(board.fsPath() + QStringLiteral("/pk")).isDir() && !board.exists(QStringLiteral("pk/rel.py")));
     }
 
     void faults_data()

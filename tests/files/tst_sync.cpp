@@ -123,7 +123,7 @@ private slots:
         QTest::addColumn<FileMap>("local");
         QTest::addColumn<FileMap>("before");
         QTest::addColumn<QString>("via"); // the dialog ("flat", "keep" missing, "cancel"), "menu", or "names": all, directly
-        QTest::addColumn<QByteArray>("hashScript"); // a replacement for the board's
+        QTest::addColumn<QByteArray>("hashScript"); // a replacement for the board's; "none": a path to nothing
         QTest::addColumn<QStringList>("messages");  // in this order, each exactly once, the last one last
         QTest::addColumn<QStringList>("uploads");
         QTest::addColumn<FileMap>("after");
@@ -190,6 +190,8 @@ private slots:
         QTest::newRow("usb: board gives no hash")
             << "usb" << false << abcd << boardAbcd << "" << QByteArray("def _hash(file):\n    return b''\n")
             << QStringList{"Syncronization aborted: hash computation failure"} << QStringList() << boardAbcd;
+        QTest::newRow("usb: hash script missing") << "usb" << false << abcd << boardAbcd << "" << QByteArray("none")
+                                                  << QStringList{"Synchronization failed"} << QStringList() << boardAbcd;
     }
 
     void runs()
@@ -210,7 +212,7 @@ private slots:
         QVERIFY(writeTree(dir.path(), local));
         w.setPcFolder(dir.path());
         if (!hashScript.isEmpty()) {
-            QVERIFY(writeLocalFile(dir.filePath(QStringLiteral(".hash.py")), hashScript));
+            QVERIFY(hashScript == "none" || writeLocalFile(dir.filePath(QStringLiteral(".hash.py")), hashScript));
             QSettings().setValue(QStringLiteral("Scripts/Hash"), dir.filePath(QStringLiteral(".hash.py")));
         }
         const bool recursive = !via.contains(QLatin1String("flat"));

@@ -10,6 +10,7 @@
 namespace {
 const QString prefixed = "pkg/" + QString(60, QLatin1Char('p')) + "/" + QString(50, QLatin1Char('n'));
 const QString longName = "long/" + QString(115, QLatin1Char('l'));
+const QString utf8Name = QStringLiteral("m\u00f6d\u00fcl.py"); // bytes above 0x7F in the header's sum
 } // namespace
 
 class tst_Tar : public QObject
@@ -24,7 +25,8 @@ private slots:
     {
         const QString src = work.filePath(QStringLiteral("src/"));
         const QMap<QString, QByteArray> files{{"small.txt", "hello world"}, {"zero.bin", ""}, {"five12.bin", randomBytes(512, 7)},
-                                              {"five13.bin", randomBytes(513, 7)}, {prefixed, "prefixed"}, {longName, "long"}};
+                                              {"five13.bin", randomBytes(513, 7)}, {prefixed, "prefixed"}, {longName, "long"},
+                                              {utf8Name, "x"}};
         for (auto it = files.cbegin(); it != files.cend(); ++it)
             QVERIFY(writeLocalFile(src + it.key(), it.value()));
         const QStringList fixed{"--mtime=@1700000000", "--owner=0", "--group=0", "--numeric-owner", "--no-recursion", "-C", src};
@@ -37,7 +39,7 @@ private slots:
                        {"--pax-option=globexthdr.name=GlobalHead,board=PYBv1.1,mod=flash,comment=nightly,"
                         "delete=atime,delete=ctime"}));
         QVERIFY(gnuTar("gnu", "gnulong.tar", {longName}));
-        QVERIFY(gnuTar("ustar", "prefix.tar", {prefixed}));
+        QVERIFY(gnuTar("ustar", "prefix.tar", {prefixed, utf8Name}));
         // Whole-second times, so that no per-member pax header is needed.
         QVERIFY(runPython(QStringLiteral(R"(
 import io, sys, tarfile
@@ -78,7 +80,8 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
                                        << QStringList{QStringLiteral("0 ././@LongLink L %1 0").arg(longName.size() + 1),
                                                       QStringLiteral("1024 %1 0 4 0").arg(longName.left(100))}
                                        << end;
-        QTest::newRow("prefix") << "prefix.tar" << 0 << QStringList{"0 " + joined + " 0 8 1"} << end;
+        QTest::newRow("prefix, UTF-8 name") << "prefix.tar" << 0 << QStringList{"0 " + joined + " 0 8 1", "1024 " + utf8Name + " 0 1 1"}
+                                            << end;
         QTest::newRow("truncated in the last member") << "truncated.tar" << 0 << four << int(TAR_EREADFAIL);
         QTest::newRow("flipped byte in the second header")
             << "flipped-second.tar" << 0 << QStringList(four.mid(0, 1)) << int(TAR_EBADCHKSUM);
@@ -107,7 +110,7 @@ with tarfile.open(sys.argv[1], 'w', format=tarfile.PAX_FORMAT,
             QCOMPARE(tar_tell(&tar), at); // a header read leaves the position at the header
             seen << QStringLiteral("%1 %2 %3 %4 %5")
                         .arg(at)
-                        .arg(QString::fromLatin1(header.name), QString(QLatin1Char(char(header.type))))
+                        .arg(QString::fromUtf8(header.name), QString(QLatin1Char(char(header.type))))
                         .arg(header.size)
                         .arg(header.ustar);
             if ((code = tar_next(&tar)) != TAR_ESUCCESS)

@@ -205,7 +205,7 @@ private slots:
             QScopedPointer<DialogAnswerer> answer(DialogAnswerer::messageBox(yes ? QMessageBox::Yes : QMessageBox::No));
             w.downloadEntry(boardRow(w, QStringLiteral("dl.txt")));
             QCOMPARE(answer->texts(), QStringList{QStringLiteral("File %1 exists. Overwrite?").arg(localPath)});
-            QCOMPARE(answer->titles(), QStringList{"Download file"});
+            QCOMPARE(answer->titles() + answer->buttons(), (QStringList{"Download file", "Yes No"}));
             QCOMPARE(readLocalFile(localPath), yes ? QByteArray("board content") : QByteArray("local content"));
             QVERIFY(yes || s->board.received().size() == before);
         }

@@ -135,7 +135,7 @@ void tst_Commands::scripts_data()
     QTest::newRow("esp32") << 1;
 }
 
-// Abort, loading and running local scripts, one after another on one board.
+// Abort, loading and running local scripts, and the echo test, one after another on one board.
 void tst_Commands::scripts()
 {
     QFETCH(int, family);
@@ -172,6 +172,9 @@ void tst_Commands::scripts()
     QVERIFY(w.runScript(ends));
     QVERIFY(inOrder(syslogMessages(w), {QStringLiteral(">>end>"), QStringLiteral("Script %1 executed").arg(ends)}));
     QVERIFY(!syslogMessages(w).contains(QStringLiteral(">>after")));
+
+    // The echo test of the byte path: 90 patterns, none with a ">", come back unchanged.
+    QVERIFY(w.debugEcho());
 }
 
 QTEST_MAIN(tst_Commands)

@@ -11,6 +11,7 @@
 #include <QAction>
 #include <QCryptographicHash>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QPushButton>
 #include <QRandomGenerator>
@@ -18,6 +19,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextEdit>
 
 #include <memory>
 
@@ -283,13 +285,23 @@ void tst_DeliveryModes::reset()
                  qPrintable(logTail(w)));
     };
     restarts([&] {
+        QElapsedTimer clock;
+        clock.start();
         windowAction(w, "actionReset")->trigger();
+        // The announcement is due 200 ms after the reset line, whatever the board answers to it.
+        const qint64 due = clock.elapsed() + MorvexWindowProbe::queryTimer(w).remainingTime();
+        QVERIFY2(due >= 180 && due < 300, qPrintable(QString::number(due)));
         QVERIFY(syslogMessages(w).contains(QStringLiteral("Resetting...")));
         QVERIFY(!windowAction(w, "actionUpload")->isEnabled() && windowAction(w, "actionAbort")->isEnabled());
     });
     QCOMPARE(board.received().count("import machine; machine.reset(1)\r\n"), 1);
     QCOMPARE(board.received().count("import machine; machine.reset()\r\n"), stock ? 1 : 0);
     const int second = syslogMessages(w).size();
+    QElapsedTimer clock;
+    clock.start();
+    QHash<QString, qint64> loggedAt; // the last time each message was logged
+    connect(w.findChild<QTextEdit *>(QStringLiteral("logBrowser")), &QTextEdit::textChanged, &w,
+            [&] { loggedAt.insert(syslogMessages(w).value(syslogMessages(w).size() - 1), clock.elapsed()); });
     restarts([&] {
         windowAction(w, "actionConnect")->trigger(); // disconnect
         windowAction(w, "actionReset_MC")->setChecked(true);
@@ -302,6 +314,9 @@ void tst_DeliveryModes::reset()
     const QStringList story = family ? QStringList{"REPL initialized", "MC initialization..."}
                                      : QStringList{"Reconnect attempt 1 of 10", "Reconnecting to " + board.portPath(), "Connected to " + board.portPath()};
     QVERIFY2(inOrder(syslogMessages(w).mid(second), story), qPrintable(logTail(w)));
+    // A surviving port is looked at 100 ms after the reset line, also when a refusal came first.
+    const qint64 pause = loggedAt.value("MC initialization...") - loggedAt.value("REPL initialized");
+    QVERIFY2(!family || (pause >= 90 && pause < 250), qPrintable(QString::number(pause)));
     QVERIFY(!syslogMessages(w).contains(QStringLiteral("Fatal communication error")));
 }
 

@@ -8,7 +8,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QTemporaryDir>
-#include <QTemporaryFile>
 #include <QTest>
 
 namespace {
@@ -51,7 +50,7 @@ private:
 void tst_Reconnect::follow_data()
 {
     QTest::addColumn<QString>("serial");     // of the board's port
-    QTest::addColumn<QString>("comesBack");  // "same" path, "other" path, or "never"
+    QTest::addColumn<QString>("comesBack");  // after a reset: "same" path, "other" path, or "same, other serial"
     QTest::addColumn<bool>("stranger");      // a second board, serial MC0002, listed first
     QTest::addColumn<QString>("reopened");   // "same", "other", or "" for none
     QTest::addColumn<QString>("usb");        // USB ids and description of every board's entry
@@ -59,7 +58,7 @@ void tst_Reconnect::follow_data()
     QTest::newRow("serial, back under its path") << "MC0001" << "same" << false << "same" << "";
     QTest::newRow("serial followed to another path") << "MC0001" << "other" << true << "other" << "[f055:9800 Pyboard: VCP]";
     QTest::newRow("no serial: another path is not followed") << "" << "other" << false << "" << "";
-    QTest::newRow("never back; a board with another serial left alone") << "MC0001" << "never" << true << "" << "";
+    QTest::newRow("serial: its path with another serial is not opened") << "MC0001" << "same, other serial" << false << "" << "";
 }
 
 void tst_Reconnect::follow()
@@ -80,11 +79,12 @@ void tst_Reconnect::follow()
     setExtraPorts((stranger ? QStringList{second.portPath() + QStringLiteral("=MC0002") + usb} : QStringList())
                   << board.portPath() + suffix << otherPath + suffix);
     MorvexWindow w;
-    windowAction(w, "actionAutomatic_Reconnect")->setChecked(comesBack == QLatin1String("never"));
     QVERIFY(connectBoard(w, board, 0));
     const int before = syslogMessages(w).size();
-    comesBack == QLatin1String("never") ? board.stop() : windowAction(w, "actionReset")->trigger();
+    windowAction(w, "actionReset")->trigger();
     QVERIFY(waitFor([&] { return syslogMessages(w).contains(QStringLiteral("Connection closed")); }, 5000));
+    if (comesBack == QLatin1String("same, other serial"))
+        setExtraPorts({board.portPath() + QStringLiteral("=MC0002")});
     QElapsedTimer clock;
     clock.start();
     if (reopened.isEmpty()) {
@@ -141,18 +141,16 @@ void tst_Reconnect::intervalGrowsWhilePortRefuses()
     QVERIFY(waitFor([&] { return syslogMessages(w).mid(lostAgain).contains(attempt(1)); }, 5000));
 }
 
-// The question comes only while a zpack upload or an edit holds the open port.
+// The question comes only while a zpack upload (or an edit, in the editing suite) holds the open port.
 void tst_Reconnect::closeQuestion_data()
 {
-    QTest::addColumn<QString>("underWay"); // "", "zpack", "zfw" or "edit"
+    QTest::addColumn<QString>("underWay"); // "zpack" or "zfw"; the editing suite asks with an edit open
     QTest::addColumn<bool>("portOpen");
     QTest::addColumn<int>("answer"); // 0: no question expected
-    QTest::newRow("nothing under way") << "" << true << 0;
     QTest::newRow("zpack, answered No") << "zpack" << true << int(QMessageBox::No);
     QTest::newRow("zpack, answered Yes") << "zpack" << true << int(QMessageBox::Yes);
     QTest::newRow("zpack, port lost") << "zpack" << false << 0;
     QTest::newRow("zfw is not asked about") << "zfw" << true << 0;
-    QTest::newRow("edit, answered No") << "edit" << true << int(QMessageBox::No);
 }
 
 void tst_Reconnect::closeQuestion()
@@ -176,19 +174,15 @@ void tst_Reconnect::closeQuestion()
             board.stop();
             QVERIFY(waitFor([&] { return !MorvexWindowProbe::port(w).isOpen(); }, 5000));
         }
-        if (underWay == QLatin1String("edit"))
-            MorvexWindowProbe::editTemp(w) = new QTemporaryFile(&w);
         w.close();
     };
-    if (underWay == QLatin1String("zpack") || underWay == QLatin1String("zfw")) { // closed inside the upload's waits
-        ActWhen during([&] { return syslogMessages(w).filter(QStringLiteral("Uploading big.txt")).size() == 1; }, closeNow);
-        underWay == QLatin1String("zpack") ? w.uploadZPack(archive) : w.uploadZfw(archive);
-        QVERIFY(during.done());
-        QVERIFY(!portOpen || board.readFile(QStringLiteral("big.txt")) == big.constFirst().second);
-    } else {
-        closeNow();
-    }
+    // Closed inside the upload's waits.
+    ActWhen during([&] { return syslogMessages(w).filter(QStringLiteral("Uploading big.txt")).size() == 1; }, closeNow);
+    underWay == QLatin1String("zpack") ? w.uploadZPack(archive) : w.uploadZfw(archive);
+    QVERIFY(during.done());
+    QVERIFY(!portOpen || board.readFile(QStringLiteral("big.txt")) == big.constFirst().second);
     QCOMPARE(answerer->texts(), answer ? QStringList{QStringLiteral("An MC operation is in progress. Abort and quit?")} : QStringList());
+    QCOMPARE(answerer->titles() + answerer->buttons(), answer ? QStringList({"Exit", "Yes No"}) : QStringList());
     QCOMPARE(w.isVisible(), answer == QMessageBox::No);
 }
 

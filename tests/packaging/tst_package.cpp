@@ -6,26 +6,11 @@
 #include <QtTest>
 
 namespace {
-struct Result
+// What a program wrote, all of it, when it ended well; empty otherwise.
+QString outputOf(const QString &program, const QStringList &args)
 {
-    int code = -1;
-    QString out; // standard output and error together
-};
-
-Result run(const QString &program, const QStringList &args, int timeoutMs = 120000)
-{
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert("QT_QPA_PLATFORM", "offscreen");
-    process.setProcessEnvironment(env);
-    process.start(program, args);
-    if (!process.waitForFinished(timeoutMs)) {
-        process.kill();
-        process.waitForFinished();
-        return {-1, program + " did not finish: " + process.errorString()};
-    }
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1, QString::fromUtf8(process.readAll())};
+    QByteArray output;
+    return runProgram(program, args, QString(), &output) ? QString::fromUtf8(output) : QString();
 }
 
 const QString appId = QStringLiteral(MORVEX_APP_ID);
@@ -39,7 +24,7 @@ class tst_Package : public QObject
 {
     Q_OBJECT
     QString installed(const QString &relative) const { return work.filePath("root/" + relative); }
-    QString field(const QString &name) const { return run("dpkg-deb", {"--field", deb, name}).out.trimmed(); }
+    QString field(const QString &name) const { return outputOf("dpkg-deb", {"--field", deb, name}).trimmed(); }
     QString text(const QString &relative) const { return QString::fromUtf8(readLocalFile(installed(relative))); }
 
     QTemporaryDir work;
@@ -56,22 +41,22 @@ private slots:
         }
         if (!missing.isEmpty())
             QSKIP(qPrintable("Packaging tools missing: " + missing.join(", ") + " (scripts/setup.sh installs them)"));
-        const Result cpack = run(MORVEX_CPACK, {"--config", MORVEX_BUILD_DIR "/CPackConfig.cmake", "-G", "DEB", "-B", work.path()}, 240000);
-        QVERIFY2(cpack.code == 0, qPrintable(cpack.out));
+        QByteArray said;
+        QVERIFY2(runProgram(MORVEX_CPACK, {"--config", MORVEX_BUILD_DIR "/CPackConfig.cmake", "-G", "DEB", "-B", work.path()},
+                            QString(), &said, 240000), said.constData());
         const QStringList debs = QDir(work.path()).entryList({"morvex_*.deb"}, QDir::Files);
         QCOMPARE(debs.size(), 1);
         deb = work.filePath(debs.constFirst());
-        const Result contents = run("dpkg-deb", {"--contents", deb});
-        QVERIFY2(contents.code == 0, qPrintable(contents.out));
+        const QString contents = outputOf("dpkg-deb", {"--contents", deb});
+        QVERIFY(!contents.isEmpty());
         // "-rwxr-xr-x root/root 814248 2026-11-22 19:58 ./usr/bin/morvex"
-        for (const QString &line : contents.out.split('\n', Qt::SkipEmptyParts)) {
+        for (const QString &line : contents.split('\n', Qt::SkipEmptyParts)) {
             const QStringList parts = line.split(' ', Qt::SkipEmptyParts);
             QVERIFY2(parts.size() == 6 && parts.at(5).startsWith("./"), qPrintable(line));
             if (!parts.at(0).startsWith('d'))
                 modes.insert(parts.at(5).mid(2), parts.at(0));
         }
-        const Result extract = run("dpkg-deb", {"--extract", deb, work.filePath("root")});
-        QVERIFY2(extract.code == 0, qPrintable(extract.out));
+        QVERIFY(runProgram("dpkg-deb", {"--extract", deb, work.filePath("root")}));
     }
 
     void holdsTheProgramAndNothingElse()
@@ -95,7 +80,7 @@ private slots:
         // Depends is computed from the binary by dpkg-shlibdeps, so the libraries it links are all there;
         // the toolkit's catalogue is named by hand.
         const QStringList patterns = {"Package=^morvex$", "Description=^manage MicroPython boards .+\\n .+",
-                                      "Architecture=^" + run("dpkg", {"--print-architecture"}).out.trimmed() + "$",
+                                      "Architecture=^" + outputOf("dpkg", {"--print-architecture"}).trimmed() + "$",
                                       "Depends=(^|, )libqt5widgets5 \\(>= [^)]+\\)", "Depends=(^|, )libqt5serialport5 \\(>= [^)]+\\)",
                                       "Depends=(^|, )libquazip1-qt5-1 \\(>= [^)]+\\)", "Depends=(^|, )libqwt-qt5-6 \\(>= [^)]+\\)",
                                       "Depends=(^|, )qttranslations5-l10n(,|$)"};
@@ -108,8 +93,8 @@ private slots:
 
     void installedFilesValidate()
     {
-        const Result desktop = run("desktop-file-validate", {installed(desktopFile)});
-        QVERIFY2(desktop.code == 0 && desktop.out.isEmpty(), qPrintable(desktop.out));
+        QByteArray said;
+        QVERIFY2(runProgram("desktop-file-validate", {installed(desktopFile)}, QString(), &said) && said.isEmpty(), said.constData());
         const QString entry = text(desktopFile);
         const auto key = [&](const char *name) {
             return QRegularExpression(QStringLiteral("^%1=(.*)$").arg(name), QRegularExpression::MultilineOption).match(entry).captured(1);
@@ -118,8 +103,7 @@ private slots:
         QVERIFY2(modes.contains("usr/bin/" + key("Exec").section(' ', 0, 0)), qPrintable(key("Exec")));
         for (int size : iconSizes)
             QVERIFY(modes.contains(iconFile.arg(size).arg(key("Icon"))));
-        const Result appstream = run("appstreamcli", {"validate", "--no-net", installed(metainfoFile)});
-        QVERIFY2(appstream.code == 0, qPrintable(appstream.out));
+        QVERIFY(runProgram("appstreamcli", {"validate", "--no-net", installed(metainfoFile)}));
         const QString metainfo = text(metainfoFile);
         QVERIFY(metainfo.contains("<id>" + appId + "</id>"));
         QVERIFY(metainfo.contains("<launchable type=\"desktop-id\">" + appId + ".desktop</launchable>"));
@@ -127,8 +111,10 @@ private slots:
 
     void lintianFindsNoError()
     {
-        const Result lintian = run("lintian", {"--display-info", deb}, 240000);
-        QVERIFY2(lintian.code == 0 && !lintian.out.contains(QRegularExpression("^E: ", QRegularExpression::MultilineOption)), qPrintable(lintian.out));
+        QByteArray said;
+        QVERIFY2(runProgram("lintian", {"--display-info", deb}, QString(), &said, 240000)
+                     && !QString::fromUtf8(said).contains(QRegularExpression("^E: ", QRegularExpression::MultilineOption)),
+                 said.constData());
     }
 };
 

@@ -217,7 +217,7 @@ private slots:
         windowAction(w, "actionNew_File")->trigger();
         QCOMPARE(boxes->texts(),
                  (QStringList{"An MC operation is in progress. Abort and quit?", alreadyEdited, alreadyEdited}));
-        QCOMPARE(boxes->titles().mid(1), (QStringList{"Edit", "New File"}));
+        QCOMPARE(boxes->titles() + boxes->buttons(), (QStringList{"Exit", "Edit", "New File", "Yes No", "Ok*", "Ok*"}));
         QCOMPARE(shownEditors(w), QList<CodeEditor *>{editor});
         QCOMPARE(board.received().size(), before);
         w.changeBoardDir(QStringLiteral("/flash"));
@@ -254,7 +254,8 @@ private slots:
             return;
         }
         QCOMPARE(boxes->texts().filter(QStringLiteral("Save it?")), QStringList{cannotUpload});
-        QCOMPARE(boxes->titles().value(boxes->texts().indexOf(cannotUpload)), QStringLiteral("Edit"));
+        const int question = boxes->texts().indexOf(cannotUpload);
+        QCOMPARE(boxes->titles().value(question) + ' ' + boxes->buttons().value(question), QStringLiteral("Edit Yes* No"));
         if (cause == "corrupt")
             return;
         QCOMPARE(board.readFile(QStringLiteral("conf.txt")), QByteArray("speed = 1\n"));

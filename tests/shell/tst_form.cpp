@@ -109,17 +109,20 @@ private slots:
         QVERIFY(!again.findChild<QAction *>("actionMonitor_Only")->isChecked() && !again.findChild<QAction *>("actionReset_MC")->isChecked());
     }
 
-    // Every library built into or linked by the program, with its licence.
-    void aboutBoxThirdParty()
+    // The About text whole: every library built into or linked by the program is named, with its licence.
+    void aboutBox()
     {
         MorvexWindow w;
-        QScopedPointer<DialogAnswerer> ok(DialogAnswerer::messageBox(QMessageBox::Ok));
+        QScopedPointer<DialogAnswerer> box(DialogAnswerer::messageBox(QMessageBox::Ok));
         w.findChild<QAction *>("actionAbout")->trigger();
-        QCOMPARE(ok->answered(), 1);
-        const QString text = ok->texts().value(0);
-        for (const char *item : {">Material design icons</a> (Apache License 2.0)", ">QCodeEditor</a> (MIT License)",
-                                 ">microtar</a> (MIT License)", ">Qwt</a> (Qwt License 1.0)"})
-            QVERIFY2(text.contains(QLatin1String(item)), qPrintable(text));
+        QCOMPARE(box->titles(), QStringList{"Morvex"});
+        QCOMPARE(box->texts(), QStringList{
+            "MVX Board Toolkit v0.2.0<br>Developed by: Halvorn Works LLC \u00a92020<br>"
+            "<a href=\"https://support.halvorn.works/\">support.halvorn.works</a><br><br>3rd party software:<ul>"
+            "<li><a href=\"https://github.com/google/material-design-icons\">Material design icons</a> (Apache License 2.0)</li>"
+            "<li><a href=\"https://github.com/Megaxela/QCodeEditor\">QCodeEditor</a> (MIT License)</li>"
+            "<li><a href=\"https://github.com/rxi/microtar\">microtar</a> (MIT License)</li>"
+            "<li><a href=\"https://qwt.sourceforge.io/\">Qwt</a> (Qwt License 1.0)</li></ul>"});
     }
 
     void timeStampedLines()
@@ -160,8 +163,8 @@ private slots:
         QCOMPARE(QDir(QSettings().value("UI/LogDir").toString()), QDir(dir.path()));
     }
 
-    // Last: Exit quits the event loop straight away; no close event, so no window state.
-    void exitSkipsWindowState()
+    // Last: Exit quits the event loop straight away; no close event, so no window state. Closing saves it.
+    void windowStateOnCloseOnly()
     {
         MorvexWindow w;
         w.show();
@@ -170,6 +173,9 @@ private slots:
         QTimer::singleShot(5000, &loop, [&] { loop.exit(7); });
         QCOMPARE(loop.exec(), 0);
         QVERIFY(!QSettings().contains("UI/Geometry") && !QSettings().contains("UI/Win"));
+        QVERIFY(w.close());
+        QCOMPARE(QSettings().value("UI/Geometry").toByteArray(), w.saveGeometry());
+        QCOMPARE(QSettings().value("UI/Win").toByteArray(), w.saveState());
     }
 };
 

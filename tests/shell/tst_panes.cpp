@@ -165,6 +165,8 @@ private slots:
             : setting == ask ? "Execute this file on the MC instead of uploading?"
                              : "This is an update package. Do you want to unpack it and upload its contents?";
         QCOMPARE(answerer->texts(), question.isEmpty() ? QStringList() : QStringList{question});
+        QCOMPARE(answerer->titles() + answerer->buttons(), question.isEmpty() ? QStringList()
+                 : QStringList({"Upload File", setting == ask ? "Yes No* Cancel" : "Yes* No Cancel"}));
         const QStringList log = syslogMessages(w).mid(logBefore);
         if (outcome == "download")
             QVERIFY(QFile::exists(path));

@@ -24,7 +24,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLineEdit>
+#include <QMetaEnum>
 #include <QProcess>
+#include <QPushButton>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSettings>
@@ -80,6 +82,12 @@ void DialogAnswerer::poll()
     if (auto *box = qobject_cast<QMessageBox *>(widget)) {
         m_texts << box->text();
         m_titles << box->windowTitle();
+        QMap<int, QString> names; // in the order of their values, not of the platform's layout
+        for (QAbstractButton *button : box->buttons()) // "Show Details..." is no standard button
+            if (const int value = box->standardButton(button))
+                names.insert(value, QMetaEnum::fromType<QMessageBox::StandardButtons>().valueToKey(value)
+                                        + QLatin1String(button == box->defaultButton() ? "*" : ""));
+        m_buttons << QStringList(names.values()).join(QLatin1Char(' '));
     }
     if (m_handler(widget)) {
         m_last = widget;
@@ -324,14 +332,14 @@ bool writeZip(const QString &path, const QList<QPair<QString, QByteArray>> &memb
     return zip.getZipError() == 0;
 }
 
-bool runProgram(const QString &program, const QStringList &args, const QString &workDir, QByteArray *output)
+bool runProgram(const QString &program, const QStringList &args, const QString &workDir, QByteArray *output, int timeoutMs)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
     if (!workDir.isEmpty())
         process.setWorkingDirectory(workDir);
     process.start(program, args);
-    const bool finished = process.waitForStarted(10000) && process.waitForFinished(60000);
+    const bool finished = process.waitForStarted(10000) && process.waitForFinished(timeoutMs);
     const QByteArray said = process.readAll();
     if (output)
         *output = said;

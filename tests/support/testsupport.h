@@ -48,6 +48,7 @@ public:
     int answered() const { return m_answered; }
     QStringList texts() const { return m_texts; }   // texts of message boxes seen
     QStringList titles() const { return m_titles; } // and their window titles
+    QStringList buttons() const { return m_buttons; } // and their buttons, as "Yes* No": "*" marks the default
 
     static DialogAnswerer *messageBox(QMessageBox::StandardButton button, QObject *parent = nullptr);
     static DialogAnswerer *inputText(const QString &text, QObject *parent = nullptr);
@@ -62,6 +63,7 @@ private:
     int m_answered = 0;
     QStringList m_texts;
     QStringList m_titles;
+    QStringList m_buttons;
 };
 
 // Runs action once, from the event loop, as soon as pred() holds; it polls,
@@ -139,10 +141,10 @@ bool writeZip(const QString &path, const QList<QPair<QString, QByteArray>> &memb
 // empty, then the members in order; a name that ends in "/" is a directory.
 bool writeZfw(const QString &path, const QVariantMap &pax, const QList<QPair<QString, QByteArray>> &members);
 
-// Runs a program to its end in workDir; true when it exits with 0. What it
-// wrote to stdout and stderr goes to *output.
+// Runs a program to its end in workDir; true when it exits with 0 within timeoutMs.
+// What it wrote to stdout and stderr goes to *output.
 bool runProgram(const QString &program, const QStringList &args, const QString &workDir = QString(),
-                QByteArray *output = nullptr);
+                QByteArray *output = nullptr, int timeoutMs = 60000);
 // The project's Python with a script given as text, then args.
 bool runPython(const QString &script, const QStringList &args = QStringList(), QByteArray *output = nullptr);
 
