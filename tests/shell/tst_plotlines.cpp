@@ -94,16 +94,6 @@ private slots:
         QCOMPARE(values.size(), 10000);
         QCOMPARE(values.first(), QStringLiteral("1=0"));
         QCOMPARE(values.last(), QStringLiteral("10000=4999.5"));
-
-        // Only the first sixteen become series; the rest is refused and told once.
-        PlotData data;
-        QVERIFY(data.addLine(numbers.join(',')));
-        QCOMPARE(data.seriesNames().size(), PlotData::MaxSeries);
-        QCOMPARE(data.seriesNames().last(), QStringLiteral("16"));
-        QCOMPARE(data.takeRefusedName(), QStringLiteral("17"));
-        QVERIFY(data.addLine(numbers.join(',')));
-        QCOMPARE(data.takeRefusedName(), QString());
-        QCOMPARE(data.pointCount(QStringLiteral("16")), 2);
     }
 
     void seventeenthSeries()

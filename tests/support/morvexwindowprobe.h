@@ -16,5 +16,4 @@ struct MorvexWindowProbe
     static QFileSystemModel &pcModel(MorvexWindow &w) { return w.pcModel; }
     static QuaZip *&zpackArchive(MorvexWindow &w) { return w.zpackArchive; }
     static TarArchive *&zfwArchive(MorvexWindow &w) { return w.zfwArchive; }
-    static QTemporaryFile *&editTemp(MorvexWindow &w) { return w.editTemp; }
 };
