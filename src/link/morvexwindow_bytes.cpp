@@ -3,9 +3,8 @@
 
 #include "boardtext.h"
 #include "plotview.h"
-#include "ui_morvexwindow.h"
-
 #include "replconsole.h"
+#include "ui_morvexwindow.h"
 
 #include <QEventLoop>
 
