@@ -47,7 +47,7 @@ private slots:
         w.setPcFolder(local.path());
         const Members zipped{{"/flash/main.py", "print('main')\n"},
                              {"/flash/lib/util.py", "def util():\n    return 1\n"},
-                             {"/flash/lib/sub/deep.bin", randomBytes(1500, 1)}};
+                             {"/flash/lib/sub/deep.bin", randomBytes(20000, 1)}}; // two seconds at the line rate
         const QString zpack = local.filePath(QStringLiteral("fw.zpack"));
         QVERIFY(writeZip(zpack, zipped, QStringLiteral("Test pack 1.0")));
         const Members tarred{{"lib/", QByteArray()}, {"lib/util.py", "def util():\n    return 2\n"},
