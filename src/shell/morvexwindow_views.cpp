@@ -2,15 +2,14 @@
 #include "morvexwindow.h"
 
 #include "ansicolors.h"
+#include "savepath.h"
 #include "ui_morvexwindow.h"
 
 #include <QDateTime>
 #include <QFile>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QRegExp>
 #include <QScrollBar>
-#include <QStandardPaths>
 
 namespace {
 QString timeStampedLine(const QString &color, const QString &text)
@@ -70,19 +69,11 @@ QString &MorvexWindow::ansiToHtml(QString &text)
 
 void MorvexWindow::saveLog(QTextEdit *view, const QString &baseName)
 {
-    const QString dir = settings.value(QStringLiteral("UI/LogDir"),
-                                       QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation).value(0))
-                            .toString();
-    const QString proposed = dir + QLatin1Char('/') + baseName
-                             + QDateTime::currentDateTime().toString(QStringLiteral("_yyyyMMddhhmmss"))
-                             + QStringLiteral(".log");
-    QString name = QFileDialog::getSaveFileName(this, tr("Save Log As"), proposed, tr("Log files (*.log)"));
+    const QString name = askTimestampedSavePath(this, tr("Save Log As"), tr("Log files (*.log)"), QStringLiteral("UI/LogDir"),
+                                                baseName, QStringLiteral(".log"));
     if (name.isEmpty())
         return;
-    if (!name.endsWith(QStringLiteral(".log"), Qt::CaseInsensitive))
-        name += QStringLiteral(".log");
     const QFileInfo info(name);
-    settings.setValue(QStringLiteral("UI/LogDir"), info.absolutePath());
     QFile file(name);
     if (file.open(QIODevice::WriteOnly)) {
         file.write(view->toPlainText().toUtf8());

@@ -2,12 +2,11 @@
 #include "plotview.h"
 
 #include "qmaterialicon.h"
+#include "savepath.h"
 
 #include <QAction>
-#include <QDateTime>
 #include <QEvent>
 #include <QFile>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QImage>
 #include <QImageWriter>
@@ -15,7 +14,6 @@
 #include <QMouseEvent>
 #include <QSettings>
 #include <QSpinBox>
-#include <QStandardPaths>
 #include <QToolBar>
 #include <QVBoxLayout>
 
@@ -204,26 +202,10 @@ void PlotView::setWindow(int samples)
     changed();
 }
 
-QString PlotView::askSavePath(const QString &caption, const QString &suffix, const QString &filter)
-{
-    QSettings settings;
-    const QString dir = settings.value(QStringLiteral("Plot/Dir"),
-                                       QStandardPaths::standardLocations(QStandardPaths::DocumentsLocation).value(0))
-                            .toString();
-    const QString proposed = dir + QStringLiteral("/morvex_plot")
-                             + QDateTime::currentDateTime().toString(QStringLiteral("_yyyyMMddhhmmss")) + suffix;
-    QString name = QFileDialog::getSaveFileName(this, caption, proposed, filter);
-    if (name.isEmpty())
-        return name;
-    if (!name.endsWith(suffix, Qt::CaseInsensitive))
-        name += suffix;
-    settings.setValue(QStringLiteral("Plot/Dir"), QFileInfo(name).absolutePath());
-    return name;
-}
-
 void PlotView::saveImage()
 {
-    const QString name = askSavePath(tr("Save Plot Image"), QStringLiteral(".png"), tr("PNG images (*.png)"));
+    const QString name = askTimestampedSavePath(this, tr("Save Plot Image"), tr("PNG images (*.png)"), QStringLiteral("Plot/Dir"),
+                                                QStringLiteral("morvex_plot"), QStringLiteral(".png"));
     if (name.isEmpty())
         return;
     // What the screen shows now, also when the tab was never shown.
@@ -240,7 +222,8 @@ void PlotView::saveImage()
 
 void PlotView::saveData()
 {
-    const QString name = askSavePath(tr("Save Plot Data"), QStringLiteral(".csv"), tr("CSV files (*.csv)"));
+    const QString name = askTimestampedSavePath(this, tr("Save Plot Data"), tr("CSV files (*.csv)"), QStringLiteral("Plot/Dir"),
+                                                QStringLiteral("morvex_plot"), QStringLiteral(".csv"));
     if (name.isEmpty())
         return;
     drawFrame();

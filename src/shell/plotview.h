@@ -52,7 +52,6 @@ private:
     void saveImage();
     void saveData();
     // Asks for a file with the suffix; empty when the user cancelled.
-    QString askSavePath(const QString &caption, const QString &suffix, const QString &filter);
     void changed();
     void scheduleFrame();
     void frameDue();
